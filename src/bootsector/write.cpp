@@ -1,0 +1,118 @@
+#include "bootsector/write.h"
+
+#include <array>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "bootsector/format.h"
+#include "errors/runtime_error.h"
+#include "files/paths.h"
+#include "platform/platform.h"
+#include "run/command_line.h"
+#include "run/run_state.h"
+
+namespace mMain {
+namespace {
+
+struct FieldText {
+  Field field;
+  Text text;
+};
+
+/// The first four characters of `DeviceInfo` are a check value: the CRC-16 (polynomial 0x1021, start 0xFFFF)
+/// of the 16 bytes of `ProductNumber` and `Version`. Who changes those two changes it as well.
+const std::array<FieldText, 7>& ConstantFields() {
+  static const std::array<FieldText, 7> fields{{
+      {HardwareId, L"SEGA SEGAKATANA"},
+      {Maker, L"SEGA ENTERPRISES"},
+      {DeviceInfo, L"B6D8 CD-ROM1/1"},
+      {Areas, L"JUE"},
+      {Peripherals, L"E000010"},
+      {ProductNumber, L"T0000"},
+      {Version, L"V1.000"},
+  }};
+  return fields;
+}
+
+/// Present local date in the form "yyyymmdd".
+Text Today() {
+  const std::chrono::year_month_day date(std::chrono::floor<std::chrono::days>(platform::PresentTime()));
+  const auto number = static_cast<int>(date.year()) * 10000 + static_cast<unsigned>(date.month()) * 100 +
+                      static_cast<unsigned>(date.day());
+  return std::to_wstring(number);
+}
+
+Text OptionOr(const Text& name, const Text& standard) {
+  const Text value = GetOption(name);
+  return value.empty() ? standard : value;
+}
+
+/// The name that belongs into the boot sector. `BootFile` may end in NULs that came out of an older one.
+Text NewBootFileName() {
+  Text name = GetFileName(platform::UpperCase(CutAtNul(*RunState.BootFile)));
+  if (name.size() > BootFileName.width) throw InvalidCall();
+  return name;
+}
+
+void WriteText(const Text& text) {
+  const std::string bytes = platform::ToBytes(text);
+  platform::Write(std::as_bytes(std::span(bytes)));
+}
+
+/// Writes `text` as wide as `field`, filled with spaces or cut; the position must be the field's.
+void WriteField(const Field& field, Text text) {
+  text.resize(field.width, L' ');
+  WriteText(text);
+}
+
+void UpdateBootSector(const Text& path) {
+  const Text storedName = ReadBootFileName(path);
+  const Text newName = NewBootFileName();
+  if (storedName == newName) return;
+
+  platform::Open(path);
+  platform::Seek(BootFileName.offset);
+  WriteText(Text(BootFileName.width, L' '));
+  platform::Seek(BootFileName.offset);
+  WriteText(newName);
+  platform::Close();
+}
+
+std::vector<std::byte> ReadTemplateBody() {
+  std::vector<std::byte> body(TemplateBody.width);
+  platform::Open(AddBackslash(platform::AppDir()) + L"IP.TMPL");
+  platform::Seek(TemplateBody.offset);
+  platform::Read(body);
+  platform::Close();
+  return body;
+}
+
+void CreateBootSector(const Text& path) {
+  const Text releaseDate = Today();
+  const Text coder = OptionOr(L"--coder", L"Tarnfel");
+  const Text title = OptionOr(L"--cdvol", Text(AppTitle) + L" " + AppVersion);
+  const std::vector<std::byte> body = ReadTemplateBody();
+  const Text bootFileName = NewBootFileName();
+
+  platform::Open(path);
+  for (const FieldText& constant : ConstantFields()) WriteField(constant.field, constant.text);
+  WriteField(ReleaseDate, releaseDate);
+  WriteField(BootFileName, bootFileName);
+  WriteField(SoftwareMaker, coder);
+  WriteField(Title, title);
+  platform::Write(body);
+  platform::Close();
+}
+
+}  // namespace
+
+void WriteBootSector(const Text& path) {
+  if (FileExists(path)) {
+    UpdateBootSector(path);
+  } else {
+    CreateBootSector(path);
+  }
+}
+
+}  // namespace mMain

@@ -1,0 +1,56 @@
+#include "build/pipeline.h"
+
+#include "bootfile/convert.h"
+#include "bootfile/locate.h"
+#include "bootsector/write.h"
+#include "build/tool_runner.h"
+#include "build/verify.h"
+#include "files/paths.h"
+#include "platform/platform.h"
+#include "run/command_line.h"
+#include "run/run_state.h"
+
+namespace mMain {
+namespace {
+
+Text VolumeName(const Text& selfbootDir) {
+  const Text option = GetOption(L"--cdvol");
+  return option.empty() ? GetFileName(selfbootDir) : option;
+}
+
+}  // namespace
+
+void BuildImage(const Text& selfbootDir) {
+  const std::int32_t startTicks = platform::TickCount();
+  const Text app = AddBackslash(platform::AppDir());
+  const Text bootSectorPath = AddBackslash(selfbootDir) + L"IP.BIN";
+  const Text parkedBootSectorPath = app + L"IP.BIN";
+  const Text isoPath = AddBackslash(*RunState.TempDir) + L"data.iso";
+  const Text& cdiFile = *RunState.CdiFile;
+
+  LocateBootFile();
+  PrepareBootFile();
+  WriteBootSector(bootSectorPath);
+  const Text volumeName = VolumeName(selfbootDir);
+
+  ForceDelete(isoPath);
+  // IP.BIN is the image's boot area and must not be one of its files as well.
+  platform::Move(bootSectorPath, parkedBootSectorPath);
+  mShell::RunAndWait(Quoted(app + L"mkisofs.exe") + L" -G " + Quoted(parkedBootSectorPath) +
+                         L" -C 0,11702 -J -l -r -V " + Quoted(volumeName) + L" -o " + Quoted(isoPath) + L" " +
+                         Quoted(selfbootDir),
+                     mShell::ShowNormal);
+  platform::Move(parkedBootSectorPath, bootSectorPath);
+  VerifyStageOutput(isoPath, startTicks, L"Unknown error: mkisofs failed!",
+                    L"Unknown error: mkisofs ISO time mismatch!");
+
+  ForceDelete(cdiFile);
+  mShell::RunAndWait(Quoted(app + L"cdi4dc.exe") + L" " + Quoted(isoPath) + L" " + Quoted(cdiFile),
+                     mShell::ShowNormal);
+  VerifyStageOutput(cdiFile, startTicks, L"Unknown error: cdi4dc failed!",
+                    L"Unknown error: cdi4dc CDI time mismatch!");
+
+  ForceDelete(isoPath);
+}
+
+}  // namespace mMain

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <exception>
+#include <utility>
+
+#include "files/text.h"
+
+/// The failure of a primitive operation: a file that cannot be opened or moved, an overflow. It leaves all
+/// open steps at once and reaches the one catch in `Main`.
+struct RuntimeError : std::exception {
+  RuntimeError(std::int32_t number, Text description) : Number(number), Description(std::move(description)) {}
+
+  std::int32_t Number;
+  Text Description;
+};
+
+/// The failures that the logic itself raises; the platform layer raises the others.
+inline RuntimeError InvalidCall() {
+  return {5, L"Invalid procedure call or argument"};
+}
+inline RuntimeError Overflow() {
+  return {6, L"Overflow"};
+}
+inline RuntimeError OutOfMemory() {
+  return {7, L"Out of memory"};
+}
+inline RuntimeError SubscriptOutOfRange() {
+  return {9, L"Subscript out of range"};
+}
+
+/// `value` as a `Narrow`, such as a signed 16-bit position. Raises 6 if it does not fit.
+template <std::signed_integral Narrow>
+Narrow Checked(std::int64_t value) {
+  if (!std::in_range<Narrow>(value)) throw Overflow();
+  return static_cast<Narrow>(value);
+}

@@ -1,0 +1,5 @@
+#include "run/main.h"
+
+int main() {
+  return mMain::Main();
+}

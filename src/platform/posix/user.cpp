@@ -1,0 +1,114 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <vector>
+
+#include "platform/platform.h"
+#include "platform/posix/encoding.h"
+#include "platform/posix/spawn.h"
+
+// The user sits at a terminal, or at a display that zenity can show a box on, or is not there at all.
+
+namespace platform {
+namespace {
+
+bool HasTerminal() {
+  return ::isatty(STDIN_FILENO) == 1 && ::isatty(STDERR_FILENO) == 1;
+}
+
+bool HasDisplay() {
+  const auto isSet = [](const char* name) {
+    const char* value = std::getenv(name);
+    return value != nullptr && *value != '\0';
+  };
+  return isSet("DISPLAY") || isSet("WAYLAND_DISPLAY");
+}
+
+void Print(const std::string& text) {
+  std::string_view rest = text;
+  while (!rest.empty()) {
+    const ssize_t count = ::write(STDERR_FILENO, rest.data(), rest.size());
+    if (count <= 0) return;  // nobody is left to be told
+    rest.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+/// One line from the terminal without its end; nothing at the end of input.
+std::optional<std::string> ReadLine() {
+  std::string line;
+  char c = 0;
+  while (::read(STDIN_FILENO, &c, 1) == 1) {
+    if (c == '\n') return line;
+    line += c;
+  }
+  return std::nullopt;
+}
+
+/// Runs zenity. Gives what it printed if the user confirmed; nothing if not, or if there is no zenity.
+std::optional<std::string> Zenity(std::vector<std::string> options) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
+  options.insert(options.begin(), "zenity");
+  const auto zenity = posix::Spawn("zenity", options, ends[1], -1);
+  ::close(ends[1]);
+
+  std::string printed;
+  std::array<char, 4096> buffer{};
+  for (ssize_t count = 0; (count = ::read(ends[0], buffer.data(), buffer.size())) > 0;) {
+    printed.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+  ::close(ends[0]);
+  if (!zenity || !posix::WaitForSuccess(*zenity)) return std::nullopt;
+  return printed;
+}
+
+std::optional<Text> AskForPath(const Text& title, std::vector<std::string> zenityOptions) {
+  std::optional<std::string> answer;
+  if (HasTerminal()) {
+    Print(posix::Narrow(title) + " ");
+    answer = ReadLine();
+  } else if (HasDisplay()) {
+    zenityOptions.insert(zenityOptions.begin(), {"--file-selection", "--title=" + posix::Narrow(title)});
+    answer = Zenity(std::move(zenityOptions));
+    if (answer && answer->ends_with('\n')) answer->pop_back();
+  }
+  if (!answer || answer->empty()) return std::nullopt;
+  return posix::Widen(*answer);
+}
+
+}  // namespace
+
+void ShowMessage(const Text& text, int style) {
+  std::string message = posix::Narrow(text);
+  std::erase(message, '\r');
+
+  if (!HasTerminal() && HasDisplay()) {
+    const std::string kind = style == StopMessage ? "--error" : "--info";
+    if (Zenity({kind, "--no-markup", "--title=", "--text=" + message})) return;
+    // Without zenity, or if it could not show the box, the message still has to be told.
+  }
+  Print(message.ends_with('\n') ? message : message + "\n");
+  if (HasTerminal()) ReadLine();
+}
+
+std::optional<Text> AskForFolder(const Text& title) {
+  return AskForPath(title, {"--directory"});
+}
+
+std::optional<Text> AskForFileToSave(const SaveDialog& dialog) {
+  std::vector<std::string> options{"--save"};
+  const Text& list = dialog.filterList;
+  for (std::size_t at = 0; at < list.size();) {
+    const Text shown = mMain::CutAtNul(list.substr(at));
+    const Text pattern = mMain::CutAtNul(list.substr(at + shown.size() + 1));
+    at += shown.size() + pattern.size() + 2;
+    options.push_back("--file-filter=" + posix::Narrow(shown) + " | " +
+                      (pattern == L"*.*" ? "*" : posix::Narrow(pattern)));
+  }
+  return AskForPath(dialog.title, options);
+}
+
+}  // namespace platform

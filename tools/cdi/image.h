@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "cdi/sector.h"
+
+/// The DiscJuggler image of a self-booting disc: an audio session of silence, then a session with one Mode 2
+/// Form 1 track, then a descriptor that says so. Numbers are little-endian, lengths of time are in sectors.
+namespace cdi {
+
+inline constexpr std::uint32_t PregapLength = 150;
+inline constexpr std::uint32_t AudioLength = 302;
+
+/// Lead-out, lead-in and pregap between two sessions take 11400 sectors.
+inline constexpr std::uint32_t DataTrackStart = AudioLength + 11400;
+
+/// What fits on an 80-minute disc.
+inline constexpr std::uint32_t DiscCapacity = 360000;
+
+/// Where the data track's sectors begin in the image, behind the two pregaps and the audio track.
+inline constexpr std::uint64_t DataTrackOffset = std::uint64_t{PregapLength + AudioLength} * AudioSectorSize +
+                                                 std::uint64_t{PregapLength} * StoredSectorSize;
+
+/// The descriptor at the end of an image of version 3.5 whose data track has `dataLength` sectors. `fileName`
+/// is the image's own name without its folder, of which at most 255 bytes count.
+std::vector<std::byte> MakeDescriptor(const std::string& fileName, const std::string& volumeName,
+                                      std::uint32_t dataLength);
+
+}  // namespace cdi

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+/// Sectors as an image stores them (ECMA-130; CD-ROM XA for Mode 2 Form 1). Sizes are in bytes.
+namespace cdi {
+
+inline constexpr std::size_t AudioSectorSize = 2352;
+inline constexpr std::size_t UserDataSize = 2048;
+
+/// A Mode 2 sector without its sync and header: subheader, user data, EDC, P parity, Q parity.
+inline constexpr std::size_t StoredSectorSize = 2336;
+inline constexpr std::size_t SubheaderSize = 8;
+inline constexpr std::size_t EdcOffset = SubheaderSize + UserDataSize;
+inline constexpr std::size_t PParityOffset = EdcOffset + 4;
+inline constexpr std::size_t QParityOffset = PParityOffset + 172;
+
+/// The EDC of `bytes`: CRC with the polynomial x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, least
+/// significant bit first, start 0, no inversion (ECMA-130, 14.3).
+std::uint32_t Edc(std::span<const std::byte> bytes);
+
+/// Writes the Mode 2 Form 1 sector of `userData` to `stored`.
+void EncodeSector(std::span<const std::byte, UserDataSize> userData,
+                  std::span<std::byte, StoredSectorSize> stored);
+
+}  // namespace cdi

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <string>
+
+namespace tools {
+
+/// A failure that ends a tool. The text names the file and the reason.
+struct FileError : std::runtime_error {
+  FileError(const std::string& path, const std::string& reason) : std::runtime_error(path + ": " + reason) {}
+};
+
+/// A file that is read from its start to its end. Every failure is a `FileError`.
+class InputFile {
+ public:
+  explicit InputFile(const std::string& path);
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+  ~InputFile();
+
+  const std::string& Path() const { return path_; }
+
+  /// The length in bytes.
+  std::uint64_t Size() const { return size_; }
+
+  /// Fills `buffer` with the next bytes. Fails if the file ends before it is full.
+  void Read(std::span<std::byte> buffer);
+
+ private:
+  std::string path_;
+  int file_;
+  std::uint64_t size_ = 0;
+};
+
+/// A file that appears complete or not at all: it is written beside its place under a name of its own and
+/// moves there, over an older file, only in `Commit`. Every failure is a `FileError`.
+class OutputFile {
+ public:
+  /// Refuses a place where something stands that is no file. A link to a file is followed.
+  explicit OutputFile(const std::string& path);
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  void Write(std::span<const std::byte> bytes);
+  void Commit();
+
+ private:
+  std::string path_;
+  std::string partPath_;
+  int file_;
+  bool committed_ = false;
+};
+
+bool StandardErrorIsTerminal();
+
+/// The characters that separate a file name from its folder on this host.
+extern const char* const PathSeparators;
+
+}  // namespace tools

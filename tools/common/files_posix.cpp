@@ -1,0 +1,86 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "common/files.h"
+
+namespace tools {
+namespace {
+
+[[noreturn]] void Fail(const std::string& path) {
+  throw FileError(path, std::strerror(errno));
+}
+
+/// Where `path` leads, if it is a link; otherwise `path` itself.
+std::string FollowLink(const std::string& path) {
+  std::array<char, PATH_MAX> target{};
+  return ::realpath(path.c_str(), target.data()) != nullptr ? std::string(target.data()) : path;
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path)
+    : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+  struct stat status {};
+  if (file_ < 0 || ::fstat(file_, &status) != 0) Fail(path_);
+  if (!S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
+  size_ = static_cast<std::uint64_t>(status.st_size);
+}
+
+InputFile::~InputFile() {
+  ::close(file_);
+}
+
+void InputFile::Read(std::span<std::byte> buffer) {
+  while (!buffer.empty()) {
+    const ssize_t count = ::read(file_, buffer.data(), buffer.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) Fail(path_);
+    if (count == 0) throw FileError(path_, "became shorter while it was read");
+    buffer = buffer.subspan(static_cast<std::size_t>(count));
+  }
+}
+
+OutputFile::OutputFile(const std::string& path)
+    : path_(FollowLink(path)), partPath_(path_ + ".part-" + std::to_string(::getpid())), file_(-1) {
+  struct stat status {};
+  if (::stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
+  file_ = ::open(partPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (file_ < 0) Fail(path_);
+}
+
+OutputFile::~OutputFile() {
+  if (file_ >= 0) ::close(file_);
+  if (!committed_) ::unlink(partPath_.c_str());
+}
+
+void OutputFile::Write(std::span<const std::byte> bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(file_, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) Fail(path_);
+    bytes = bytes.subspan(static_cast<std::size_t>(count));
+  }
+}
+
+void OutputFile::Commit() {
+  const int file = file_;
+  file_ = -1;
+  if (::close(file) != 0) Fail(path_);
+  if (::rename(partPath_.c_str(), path_.c_str()) != 0) Fail(path_);
+  committed_ = true;
+}
+
+const char* const PathSeparators = "/";
+
+bool StandardErrorIsTerminal() {
+  return ::isatty(STDERR_FILENO) == 1;
+}
+
+}  // namespace tools

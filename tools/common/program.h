@@ -1,0 +1,29 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <functional>
+#include <iostream>
+
+namespace tools {
+
+inline constexpr const char* Version = "0.1";
+
+/// Reads the arguments that `app` declares and does `work`. Gives the exit status: 0, or 1 with the reason on
+/// standard error.
+inline int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& work) {
+  app.set_version_flag("--version", app.get_name() + " " + Version);
+  app.allow_windows_style_options(false);
+  try {
+    app.parse(argc, argv);
+    work();
+    return 0;
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? 0 : 1;
+  } catch (const std::exception& error) {
+    std::cerr << app.get_name() << ": " << error.what() << '\n';
+    return 1;
+  }
+}
+
+}  // namespace tools
