@@ -50,6 +50,7 @@ class OutputFile {
 
  private:
   std::string path_;
+  std::string target_;
   std::string partPath_;
   int file_;
   bool committed_ = false;

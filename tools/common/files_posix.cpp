@@ -48,9 +48,12 @@ void InputFile::Read(std::span<std::byte> buffer) {
 }
 
 OutputFile::OutputFile(const std::string& path)
-    : path_(FollowLink(path)), partPath_(path_ + ".part-" + std::to_string(::getpid())), file_(-1) {
+    : path_(path),
+      target_(FollowLink(path)),
+      partPath_(target_ + ".part-" + std::to_string(::getpid())),
+      file_(-1) {
   struct stat status {};
-  if (::stat(path_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
+  if (::stat(target_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
   file_ = ::open(partPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (file_ < 0) Fail(path_);
 }
@@ -73,7 +76,7 @@ void OutputFile::Commit() {
   const int file = file_;
   file_ = -1;
   if (::close(file) != 0) Fail(path_);
-  if (::rename(partPath_.c_str(), path_.c_str()) != 0) Fail(path_);
+  if (::rename(partPath_.c_str(), target_.c_str()) != 0) Fail(path_);
   committed_ = true;
 }
 

@@ -1,0 +1,41 @@
+// Stands in for an outside tool in the system tests. It notes its arguments in the file "log" beside itself
+// and does what the file "<its name>.does" says: nothing, exit1 (after creating its output), old (an output
+// dated back), kill. Without that file it creates its output.
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+int main(int argc, char** argv) {
+  const std::vector<std::string> arguments(argv + 1, argv + argc);
+  const std::filesystem::path self = argv[0];
+  const auto beside = [&](const std::string& name) { return self.parent_path() / name; };
+
+  std::ofstream log(beside("log"), std::ios::app);
+  log << self.stem().string();
+  for (const std::string& argument : arguments) log << " [" << argument << "]";
+  log << (std::filesystem::exists(beside("IP.BIN")) ? " IP.BIN is here\n" : "\n");
+  log.close();
+
+  std::string behaviour;
+  std::ifstream(beside(self.stem().string() + ".does")) >> behaviour;
+  if (behaviour == "nothing") return 0;
+  if (behaviour == "kill") std::raise(SIGKILL);
+  if (behaviour == "slow") std::this_thread::sleep_for(std::chrono::seconds(2));
+
+  std::string output = arguments.back();
+  for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
+    if (arguments[i] == "-o") output = arguments[i + 1];
+  }
+  std::ofstream(output) << "made by " << self.stem().string();
+  if (behaviour == "old") {
+    std::filesystem::last_write_time(output,
+                                     std::filesystem::file_time_type::clock::now() - std::chrono::hours(24));
+  }
+  return behaviour == "exit1" ? 1 : 0;
+}
