@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "bootfile/signatures.h"
 
@@ -13,63 +14,70 @@ constexpr std::string_view ElfMagic =
     "\x7F"
     "ELF";
 
-// The search is Wu and Manber's (1994): a window as long as the shortest signature slides over the file, and
-// the block of four bytes at its end tells how far it may move on before any signature could begin to fit.
-// Four bytes and not two, so that hardly any block of plain code, text or zeros belongs to a signature.
+// Every signature begins with 33 blocks of four bytes, one at each of its first 33 bytes, so wherever it
+// stands, exactly one of them begins at a multiple of 33. The search looks at no other places of the file: it
+// asks an index whether the block there belongs to a signature, and if so compares that signature where it
+// would have to stand. Blocks of four and not two bytes, so that hardly any of a file's own blocks does.
 
 constexpr std::size_t BlockLength = 4;
-constexpr std::size_t WindowLength =
-    std::ranges::min(UnscrambledSignatures, {}, &std::string_view::size).size();
-constexpr std::size_t LastBlock = WindowLength - BlockLength;
+constexpr std::size_t Stride =
+    std::ranges::min(UnscrambledSignatures, {}, &std::string_view::size).size() - BlockLength + 1;
 
-using ShiftTable = std::array<std::uint8_t, 1 << 13>;
-
-std::size_t SlotOf(const char* block) {
-  std::uint32_t value = 0;
-  std::memcpy(&value, block, BlockLength);
-  return (value * 0x9E3779B1U) >> (32 - 13);
+std::uint32_t BlockAt(const char* bytes) {
+  std::uint32_t block = 0;
+  std::memcpy(&block, bytes, BlockLength);
+  return block;
 }
 
-/// Which part of a longer signature the window looks for: the one in which a block of zeros stands farthest
-/// from the end, so that the zeros that fill so many programs are passed in long steps.
-constexpr std::size_t WindowOffset(std::string_view signature) {
-  constexpr std::string_view zeros("\0\0\0\0", BlockLength);
-  const auto lastZeros = [&](std::size_t offset) {
-    return signature.substr(offset, WindowLength).rfind(zeros) + 1;  // none: 0
+/// Where in the signatures a block stands.
+class BlockIndex {
+ public:
+  struct Place {
+    std::uint32_t block;
+    std::uint16_t next;  ///< the next place whose block has the same slot, counted from 1; 0 if there is none
+    std::uint16_t offset;
+    std::string_view signature;
   };
-  std::size_t best = 0;
-  for (std::size_t offset = 1; offset + WindowLength <= signature.size(); ++offset) {
-    if (lastZeros(offset) < lastZeros(best)) best = offset;
-  }
-  return best;
-}
 
-ShiftTable MakeShiftTable() {
-  ShiftTable shifts;
-  shifts.fill(static_cast<std::uint8_t>(LastBlock + 1));
-  for (const std::string_view signature : UnscrambledSignatures) {
-    const char* window = signature.data() + WindowOffset(signature);
-    for (std::size_t i = 0; i <= LastBlock; ++i) {
-      std::uint8_t& shift = shifts[SlotOf(window + i)];
-      shift = std::min(shift, static_cast<std::uint8_t>(LastBlock - i));
+  BlockIndex() {
+    places_.reserve(UnscrambledSignatures.size() * Stride);
+    for (const std::string_view signature : UnscrambledSignatures) {
+      for (std::uint16_t offset = 0; offset < Stride; ++offset) {
+        const std::uint32_t block = BlockAt(signature.data() + offset);
+        std::uint16_t& first = firsts_[SlotOf(block)];
+        places_.push_back({block, first, offset, signature});
+        first = static_cast<std::uint16_t>(places_.size());
+      }
     }
   }
-  return shifts;
-}
 
-bool SignatureStandsAround(std::string_view file, std::size_t window) {
-  return std::ranges::any_of(UnscrambledSignatures, [&](std::string_view signature) {
-    const std::size_t offset = WindowOffset(signature);
-    return offset <= window && file.substr(window - offset).starts_with(signature);
-  });
-}
+  /// True if a signature stands in `file` whose block begins at `at`.
+  bool FindsSignature(std::string_view file, std::size_t at) const {
+    const std::uint32_t block = BlockAt(file.data() + at);
+    for (std::uint16_t number = firsts_[SlotOf(block)]; number != 0;) {
+      const Place& place = places_[number - 1U];
+      number = place.next;
+      if (place.block == block && place.offset <= at &&
+          file.substr(at - place.offset).starts_with(place.signature)) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+ private:
+  static constexpr int SlotBits = 13;
+
+  static std::size_t SlotOf(std::uint32_t block) { return block * 0x9E3779B1U >> (32 - SlotBits); }
+
+  std::array<std::uint16_t, 1 << SlotBits> firsts_{};
+  std::vector<Place> places_;
+};
 
 bool HoldsSignature(std::string_view file) {
-  const ShiftTable shifts = MakeShiftTable();
-  for (std::size_t window = 0; window + WindowLength <= file.size();) {
-    const std::size_t shift = shifts[SlotOf(file.data() + window + LastBlock)];
-    if (shift == 0 && SignatureStandsAround(file, window)) return true;
-    window += std::max<std::size_t>(shift, 1);
+  const BlockIndex index;
+  for (std::size_t at = 0; at + BlockLength <= file.size(); at += Stride) {
+    if (index.FindsSignature(file, at)) return true;
   }
   return false;
 }

@@ -43,7 +43,8 @@ TEST(StartAndWait, FindsTheToolInItsFolderOrOnPathAndWaits) {
     return ReadFile(scratch / "out");
   };
   script(scratch / "path/tool-of-ours", "on PATH");
-  const std::string path = ::getenv("PATH");
+  const char* inherited = ::getenv("PATH");
+  const std::string path = inherited != nullptr ? inherited : "/usr/bin:/bin";
   ::setenv("PATH", ((scratch / "path").native() + ":" + path).c_str(), 1);
 
   EXPECT_EQ(outputOf(scratch / "app/tool-of-ours.exe"), "on PATH a b\n");

@@ -158,16 +158,10 @@ TEST(PrepareBootFile, UnscrambledBinaryKeepsItsNameWithNulsBehindItToo) {
                          Row{L"C:\\dc\\GAME\0\0"s, L"C:\\dc\\GAME", L"C:\\dc\\GAME_scrambled.bin"}}) {
     Prepare(row.bootFile, Signatures[9]);
     PrepareBootFile();
-    const std::vector<Text> expected{
-        L"open " + row.name,
-        L"read",
-        L"close",
-        L"run 0 \"C:\\tools\\scramble.exe\" \"" + row.name + L"\" \"" + row.copy + L"\"",
-        L"reset " + row.name,
-        L"delete " + row.name,
-        L"move " + row.copy + L" > " + row.name,
-    };
-    EXPECT_EQ(host.trace, expected);
+    EXPECT_EQ(fake::Trace(), L"open " + row.name + L"\nread\nclose\n" +
+                                 L"run 0 \"C:\\tools\\scramble.exe\" \"" + row.name + L"\" \"" + row.copy +
+                                 L"\"\n" + L"reset " + row.name + L"\ndelete " + row.name + L"\n" + L"move " +
+                                 row.copy + L" > " + row.name + L"\n");
     EXPECT_EQ(host.files.size(), 1U);
     EXPECT_EQ(host.files[row.name].bytes, "made by \"C:\\tools\\scramble.exe");
     EXPECT_EQ(*RunState.BootFile, row.bootFile);

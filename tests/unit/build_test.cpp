@@ -54,58 +54,43 @@ void Prepare(const Text& options = L"") {
 TEST(BuildImage, TakesEveryStepInItsOrder) {
   Prepare();
   EXPECT_EQ(fake::Run(), 0);
-  const std::vector<Text> expected{
-      L"command line",
-      L"ticks",
-      L"match C:\\games\\demo\\*.elf",
-      L"open C:\\games\\demo\\demo.elf",
-      L"read",
-      L"close",
-      L"run 1 \"C:\\tools\\sh-elf-objcopy.exe\" -O binary -R .stack \"C:\\games\\demo\\demo.elf\" "
-      L"\"C:\\Temp\\1ST_READ_UNSCRAMBLED.BIN\"",
-      L"reset C:\\games\\demo\\demo.elf",
-      L"delete C:\\games\\demo\\demo.elf",
-      L"run 1 \"C:\\tools\\scramble.exe\" \"C:\\Temp\\1ST_READ_UNSCRAMBLED.BIN\" "
-      L"\"C:\\games\\demo\\1ST_READ.BIN\"",
-      L"reset C:\\Temp\\1ST_READ_UNSCRAMBLED.BIN",
-      L"delete C:\\Temp\\1ST_READ_UNSCRAMBLED.BIN",
-      L"now",
-      L"open C:\\tools\\IP.TMPL",
-      L"read",
-      L"close",
-      L"open C:\\games\\demo\\IP.BIN",
-      L"write",
-      L"write",
-      L"write",
-      L"write",
-      L"write",
-      L"write",
-      L"write",  // the constants
-      L"write",
-      L"write",
-      L"write",
-      L"write",
-      L"write",  // date, name, maker, title, body
-      L"close",
-      L"reset C:\\Temp\\data.iso",
-      L"delete C:\\Temp\\data.iso",
-      L"move C:\\games\\demo\\IP.BIN > C:\\tools\\IP.BIN",
-      L"run 1 \"C:\\tools\\mkisofs.exe\" -G \"C:\\tools\\IP.BIN\" -C 0,11702 -J -l -r -V \"demo\" -o "
-      L"\"C:\\Temp\\data.iso\" \"C:\\games\\demo\"",
-      L"move C:\\tools\\IP.BIN > C:\\games\\demo\\IP.BIN",
-      L"time of C:\\Temp\\data.iso",
-      L"now",
-      L"ticks",
-      L"reset C:\\out\\demo.cdi",
-      L"delete C:\\out\\demo.cdi",
-      L"run 1 \"C:\\tools\\cdi4dc.exe\" \"C:\\Temp\\data.iso\" \"C:\\out\\demo.cdi\"",
-      L"time of C:\\out\\demo.cdi",
-      L"now",
-      L"ticks",
-      L"reset C:\\Temp\\data.iso",
-      L"delete C:\\Temp\\data.iso",
-  };
-  EXPECT_EQ(host.trace, expected);
+  EXPECT_EQ(fake::Trace(),
+            LR"(command line
+ticks
+match C:\games\demo\*.elf
+open C:\games\demo\demo.elf
+read
+close
+run 1 "C:\tools\sh-elf-objcopy.exe" -O binary -R .stack "C:\games\demo\demo.elf" "C:\Temp\1ST_READ_UNSCRAMBLED.BIN"
+reset C:\games\demo\demo.elf
+delete C:\games\demo\demo.elf
+run 1 "C:\tools\scramble.exe" "C:\Temp\1ST_READ_UNSCRAMBLED.BIN" "C:\games\demo\1ST_READ.BIN"
+reset C:\Temp\1ST_READ_UNSCRAMBLED.BIN
+delete C:\Temp\1ST_READ_UNSCRAMBLED.BIN
+now
+open C:\tools\IP.TMPL
+read
+close
+open C:\games\demo\IP.BIN
+write x 12
+close
+reset C:\Temp\data.iso
+delete C:\Temp\data.iso
+move C:\games\demo\IP.BIN > C:\tools\IP.BIN
+run 1 "C:\tools\mkisofs.exe" -G "C:\tools\IP.BIN" -C 0,11702 -J -l -r -V "demo" -o "C:\Temp\data.iso" "C:\games\demo"
+move C:\tools\IP.BIN > C:\games\demo\IP.BIN
+time of C:\Temp\data.iso
+now
+ticks
+reset C:\out\demo.cdi
+delete C:\out\demo.cdi
+run 1 "C:\tools\cdi4dc.exe" "C:\Temp\data.iso" "C:\out\demo.cdi"
+time of C:\out\demo.cdi
+now
+ticks
+reset C:\Temp\data.iso
+delete C:\Temp\data.iso
+)");
   EXPECT_TRUE(host.messages.empty());
   EXPECT_EQ(*RunState.BootFile, L"C:\\games\\demo\\1ST_READ.BIN");
 }

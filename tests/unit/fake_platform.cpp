@@ -39,6 +39,15 @@ void Reset(const Text& commandLine) {
   mMain::RunState = {};
 }
 
+Text Trace() {
+  Text lines;
+  for (std::size_t i = 0, count = 0; i < host.trace.size(); i += count, count = 0) {
+    while (i + count < host.trace.size() && host.trace[i + count] == host.trace[i]) ++count;
+    lines += host.trace[i] + (count > 1 ? L" x " + std::to_wstring(count) : L"") + L"\n";
+  }
+  return lines;
+}
+
 int Run() {
   try {
     return mMain::Main();

@@ -56,6 +56,9 @@ Text OutputOf(const Text& line);
 /// Creates the output of the tool that `line` starts.
 void Succeed(const Text& line);
 
+/// What the run did, a line each; a line that repeats stands once with its count behind it.
+Text Trace();
+
 /// Runs `Main` to the end of the process; gives the exit status.
 int Run();
 

@@ -55,7 +55,7 @@ struct Descriptor {
 };
 
 void CopyContents(int from, int to, const struct stat& status) {
-  std::vector<std::byte> buffer(64 * 1024);
+  std::vector<std::byte> buffer(std::size_t{64} * 1024);
   while (const std::size_t count = ReadSome(from, buffer)) WriteAll(to, std::span(buffer).first(count));
   const timespec times[] = {status.st_atim, status.st_mtim};
   if (::futimens(to, times) != 0 || ::fsync(to) != 0) Raise(errno);
