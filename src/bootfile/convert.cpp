@@ -21,7 +21,7 @@ BootFileKind KindOf(const Text& bootFile) {
   const std::uint64_t length = platform::Length();
   if (length == 0) throw SubscriptOutOfRange();
   if (length > std::numeric_limits<std::ptrdiff_t>::max()) throw OutOfMemory();
-  const auto bytes = std::make_unique_for_overwrite<std::byte[]>(static_cast<std::size_t>(length));
+  const auto bytes = std::make_unique<std::byte[]>(static_cast<std::size_t>(length));
   const std::span file(bytes.get(), static_cast<std::size_t>(length));
   platform::Read(file);
   platform::Close();

@@ -53,7 +53,8 @@ inline constexpr int ExitFailure = 1;
 /// The command line behind the program's own name, as one text.
 Text RawCommandLine();
 
-/// The folder that holds the running executable, with or without a separator at its end.
+/// The folder that holds the running executable, with or without a separator at its end. Raises any number
+/// of the list, as `ExecutableName` does.
 Text AppDir();
 
 /// The file name of the running executable, with its extension if it has one.
@@ -97,8 +98,8 @@ void ResetAttributes(const Text& path);
 /// Deletes a file. Raises any number of the list.
 void Remove(const Text& path);
 
-/// Moves a file, across volumes too. Raises 58 if something stands at `to`, which stays as it is, and any
-/// other number of the list; the file then still stands at `from`.
+/// Moves a file, across volumes too, or what a link leads to. Raises 58 if something stands at `to`, which
+/// stays as it is, and any other number of the list; the file then still stands at `from`.
 void Move(const Text& from, const Text& to);
 
 /// The bare name of the first entry that matches `pattern`, whose last component is a wildcard. Folders and

@@ -28,8 +28,9 @@ int Main() {
 }
 
 void ShowUsageAndEnd() {
+  const Text executable = platform::ExecutableName();
   platform::ShowMessage(
-      Text(AppTitle) + L" " + AppVersion + L"\r\nUsage: " + GetBaseName(platform::ExecutableName()) +
+      Text(AppTitle) + L" " + AppVersion + L"\r\nUsage: " + executable.substr(0, executable.rfind(L'.')) +
           L".exe [--cdi <dj_file>] [--dir <sb_dir>] [--cdvol <cd_volume>] [--coder <your_name>]",
       platform::PlainMessage);
   const bool askedForHelp = !GetOption(L"--help").empty();

@@ -77,6 +77,10 @@ subtest 'tools with bad input leave the output as it was' => sub {
     }
     is_deeply [output_of("$bin/cdi4dc good.iso folder")], [1, "cdi4dc: folder: not a file\n"];
     is_deeply [output_of("$bin/cdi4dc good.iso none/x")], [1, "cdi4dc: none/x: No such file or directory\n"];
+    is_deeply [output_of("$bin/cdi4dc good.iso --cdi")], [0, ''], 'behind a file name, dashes are a name';
+    ok -s '--cdi';
+    my $longest = 'n' x 255;
+    is_deeply [output_of("$bin/cdi4dc good.iso $longest")], [0, ''];
     is_deeply [output_of("$bin/cdi4dc good.iso output")], [0, ''], 'no progress line without a terminal';
     is_deeply [output_of("$bin/$_ --version")], [0, "$_ 0.1\n"] for qw(cdi4dc scramble);
     is +(output_of("$bin/cdi4dc --help"))[0], 0;

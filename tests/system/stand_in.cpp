@@ -1,6 +1,9 @@
 // Stands in for an outside tool in the system tests. It notes its arguments in the file "log" beside itself
 // and does what the file "<its name>.does" says: nothing, exit1 (after creating its output), old (an output
-// dated back), kill. Without that file it creates its output.
+// dated back), kill, interrupt (the program that started it, after creating its output). Without that file it
+// creates its output.
+
+#include <unistd.h>
 
 #include <chrono>
 #include <csignal>
@@ -8,7 +11,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 int main(int argc, char** argv) {
@@ -26,7 +28,6 @@ int main(int argc, char** argv) {
   std::ifstream(beside(self.stem().string() + ".does")) >> behaviour;
   if (behaviour == "nothing") return 0;
   if (behaviour == "kill") std::raise(SIGKILL);
-  if (behaviour == "slow") std::this_thread::sleep_for(std::chrono::seconds(2));
 
   std::string output = arguments.back();
   for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
@@ -37,5 +38,6 @@ int main(int argc, char** argv) {
     std::filesystem::last_write_time(output,
                                      std::filesystem::file_time_type::clock::now() - std::chrono::hours(24));
   }
+  if (behaviour == "interrupt") ::kill(::getppid(), SIGINT);
   return behaviour == "exit1" ? 1 : 0;
 }

@@ -55,6 +55,7 @@ sub start {
 sub become_user {
     my ($desk) = @_;
     if ($> == 0) { $( = $user; $) = "$user $user"; $< = $> = $user }
+    $SIG{INT} = 'DEFAULT';
     delete @ENV{qw(DISPLAY WAYLAND_DISPLAY)};
     @ENV{qw(TMPDIR PATH)} = ($desk->{temp}, '/nonexistent');
 }
@@ -91,6 +92,7 @@ subtest 'a tool that does not do its work' => sub {
         mkisofs => ['Unknown error: mkisofs failed!', $built, 1],
         cdi4dc => ['Unknown error: cdi4dc failed!', $built, 0]);
     my @rows = map { my $tool = $_; map { [$tool, $_, @{$failure{$tool}}] } qw(missing nothing kill) } @tools;
+    push @rows, map { [$_, 'interrupt', @{$failure{$_}}] } qw(sh-elf-objcopy mkisofs cdi4dc);
     push @rows, map { [$_, 'exit1', '', $built, 0] } @tools;
     push @rows, ['mkisofs', 'old', 'Unknown error: mkisofs ISO time mismatch!', $built, 1],
         ['cdi4dc', 'old', 'Unknown error: cdi4dc CDI time mismatch!', $built, 0];
@@ -169,6 +171,21 @@ subtest 'paths of all kinds' => sub {
     system 'chown', '-R', "$user:$user", $desk->{root} if $> == 0;
     is_deeply [start($other, '--dir', $desk->{game}, '--cdi', $desk->{cdi})], [0, ''];
     is -s "$desk->{game}/IP.BIN", 32768, 'IP.BIN is back from the other volume';
+};
+
+subtest 'whoever starts it' => sub {
+    my $desk = desk();
+    my $odd = "$desk->{root}/x--help--dir nowhere";
+    rename $desk->{app}, $odd or die $!;
+    is_deeply [build({%$desk, app => $odd})], [0, ''], 'the name of its own folder does not count as options';
+
+    $desk = desk();
+    unlink "$desk->{game}/demo.elf";
+    spew("$desk->{game}/1ST_READ.BIN", '');
+    system "TMPDIR='$desk->{temp}' '$desk->{app}/marrowvan' --dir '$desk->{game}' --cdi x <&- >&- 2>&-";
+    is $?, 256;
+    is -s "$desk->{game}/1ST_READ.BIN", 0, 'a message never goes into a file';
+    is system('bash', '-c', "'$desk->{app}/marrowvan' --help </dev/null 2> >(exec true); exit \$?"), 0, 'nobody listens';
 };
 
 subtest 'questions at a terminal' => sub {

@@ -50,6 +50,13 @@ TEST(Run, EndsWithTheUsageMessageAloneAndTouchesNothing) {
   }
 }
 
+TEST(Run, UsageShowsTheExecutablesPresentName) {
+  fake::Reset(L"--help");
+  host.executable = L"x.EXE";
+  fake::Run();
+  EXPECT_NE(host.messages.at(0).find(L"\r\nUsage: x.exe [--cdi"), Text::npos);
+}
+
 TEST(ReportRuntimeError, KnownErrorsNeedTheirDescriptionToTheLetter) {
   struct Row {
     std::int32_t number;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 
@@ -21,6 +22,22 @@ namespace {
 std::string FollowLink(const std::string& path) {
   std::array<char, PATH_MAX> target{};
   return ::realpath(path.c_str(), target.data()) != nullptr ? std::string(target.data()) : path;
+}
+
+std::array<char, PATH_MAX> unfinished{};
+
+void RemoveUnfinishedAndEnd(int signal) {
+  ::unlink(unfinished.data());
+  ::signal(signal, SIG_DFL);
+  ::raise(signal);
+}
+
+/// Has the file at `path` removed if the process is told to end.
+void RemoveOnSignal(const std::string& path) {
+  path.copy(unfinished.data(), unfinished.size() - 1);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    if (::signal(signal, RemoveUnfinishedAndEnd) == SIG_IGN) ::signal(signal, SIG_IGN);
+  }
 }
 
 }  // namespace
@@ -47,15 +64,14 @@ void InputFile::Read(std::span<std::byte> buffer) {
   }
 }
 
-OutputFile::OutputFile(const std::string& path)
-    : path_(path),
-      target_(FollowLink(path)),
-      partPath_(target_ + ".part-" + std::to_string(::getpid())),
-      file_(-1) {
+OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLink(path)), file_(-1) {
   struct stat status {};
   if (::stat(target_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
+  partPath_ = target_.substr(0, target_.rfind('/') + 1) + ".part-" + std::to_string(::getpid());
+  ::unlink(partPath_.c_str());  // left by a process that had the same number
   file_ = ::open(partPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
   if (file_ < 0) Fail(path_);
+  RemoveOnSignal(partPath_);
 }
 
 OutputFile::~OutputFile() {

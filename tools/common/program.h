@@ -1,9 +1,12 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace tools {
 
@@ -14,8 +17,14 @@ inline constexpr const char* Version = "0.1";
 inline int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& work) {
   app.set_version_flag("--version", app.get_name() + " " + Version);
   app.allow_windows_style_options(false);
+  // Options stand in front: what follows the first file name is a file name, whatever it begins with.
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  const auto firstFile =
+      std::ranges::find_if(arguments, [](const auto& text) { return !text.starts_with('-'); });
+  if (firstFile != arguments.end()) arguments.insert(firstFile, "--");
+  std::ranges::reverse(arguments);  // the order in which the parser takes them
   try {
-    app.parse(argc, argv);
+    app.parse(arguments);
     work();
     return 0;
   } catch (const CLI::ParseError& error) {

@@ -13,6 +13,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/encoding.h"
+#include "platform/posix/interrupt.h"
 #include "platform/posix/raise.h"
 
 namespace platform {
@@ -58,17 +59,18 @@ void CopyContents(int from, int to, const struct stat& status) {
   std::vector<std::byte> buffer(std::size_t{64} * 1024);
   while (const std::size_t count = ReadSome(from, buffer)) WriteAll(to, std::span(buffer).first(count));
   const timespec times[] = {status.st_atim, status.st_mtim};
-  if (::futimens(to, times) != 0 || ::fsync(to) != 0) Raise(errno);
+  if (::fchmod(to, status.st_mode & 07777) != 0 || ::futimens(to, times) != 0 || ::fsync(to) != 0)
+    Raise(errno);
 }
 
-/// A rename cannot cross volumes. The source goes only when the copy is safe, and a copy that failed does
+/// Where a rename would not do. The source goes only when the copy is safe, and a copy that failed does
 /// not stay.
 void MoveByCopy(const std::string& from, const std::string& to) {
   const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
   if (source.file < 0 || ::fstat(source.file, &status) != 0) Raise(errno);
 
-  const Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, status.st_mode & 0777));
+  const Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
   if (target.file < 0) RaiseFromCreate(errno);
   try {
     CopyContents(source.file, target.file, status);
@@ -98,7 +100,7 @@ bool IsVisibleFile(DIR* folder, const char* name) {
 
 bool PathExists(const Text& path) {
   struct stat status {};
-  return ::stat(HostPath(path).c_str(), &status) == 0;
+  return !posix::WasInterrupted() && ::stat(HostPath(path).c_str(), &status) == 0;
 }
 
 void ResetAttributes(const Text& path) {
@@ -116,9 +118,13 @@ void Remove(const Text& path) {
 void Move(const Text& from, const Text& to) {
   const std::string source = HostPath(from);
   const std::string target = HostPath(to);
+  struct stat status {};
+  const bool isLink = ::lstat(source.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+  if (isLink) return MoveByCopy(source, target);  // a relative one would lead nowhere from its new place
+
   if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return;
   const int error = errno;
-  // EINVAL: a file system that knows no rename without replacing.
+  // A rename cannot cross volumes, and not every file system knows one without replacing (EINVAL).
   if (error == EXDEV || error == EINVAL) return MoveByCopy(source, target);
   if (error == ENOENT && PathExists(from)) RaiseFromCreate(error);
   Raise(error);

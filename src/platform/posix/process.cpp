@@ -3,7 +3,7 @@
 #include <unistd.h>
 
 #include <array>
-#include <csignal>
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -12,6 +12,8 @@
 
 #include "platform/platform.h"
 #include "platform/posix/encoding.h"
+#include "platform/posix/interrupt.h"
+#include "platform/posix/raise.h"
 #include "platform/posix/spawn.h"
 
 namespace platform {
@@ -20,7 +22,9 @@ namespace {
 std::string ExecutablePath() {
   std::array<char, 4096> path{};
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-  return {path.data(), length < 0 ? 0 : static_cast<std::size_t>(length)};
+  if (length < 0) posix::Raise(errno);
+  if (static_cast<std::size_t>(length) == path.size()) posix::Raise(ENAMETOOLONG);
+  return {path.data(), static_cast<std::size_t>(length)};
 }
 
 bool IsFile(const std::string& path) {
@@ -34,33 +38,12 @@ std::string FindTool(const std::string& named) {
   return IsFile(tool) ? tool : tool.substr(tool.rfind('/') + 1);
 }
 
-/// While it lives, an interrupt from the keyboard ends the tool and not the run, which then finds the tool's
-/// output missing and has IP.BIN back in its place before it stops.
-class InterruptsIgnored {
- public:
-  InterruptsIgnored() {
-    struct sigaction ignore {};
-    ignore.sa_handler = SIG_IGN;
-    ::sigaction(SIGINT, &ignore, &oldInterrupt_);
-    ::sigaction(SIGQUIT, &ignore, &oldQuit_);
-  }
-  InterruptsIgnored(const InterruptsIgnored&) = delete;
-  InterruptsIgnored& operator=(const InterruptsIgnored&) = delete;
-  ~InterruptsIgnored() {
-    ::sigaction(SIGINT, &oldInterrupt_, nullptr);
-    ::sigaction(SIGQUIT, &oldQuit_, nullptr);
-  }
-
- private:
-  struct sigaction oldInterrupt_ {};
-  struct sigaction oldQuit_ {};
-};
-
 }  // namespace
 
 Text RawCommandLine() {
   std::ifstream file("/proc/self/cmdline", std::ios::binary);
   std::string line(std::istreambuf_iterator<char>(file), {});
+  line.erase(0, line.find('\0') + 1);  // the program's own name
   if (line.ends_with('\0')) line.pop_back();
   for (char& c : line) {
     if (c == '\0') c = ' ';
@@ -100,7 +83,7 @@ void StartAndWait(const Text& commandLine, int showStyle) {
   arguments.front() = FindTool(arguments.front());
   const int nowhere = showStyle == 0 ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
   {
-    const InterruptsIgnored whileTheToolRuns;
+    const posix::InterruptsNoted whileTheToolRuns;
     const auto tool = posix::Spawn(arguments.front(), arguments, nowhere, nowhere);
     if (tool) posix::WaitForSuccess(*tool);
   }

@@ -69,11 +69,10 @@ std::optional<pid_t> Spawn(const std::string& program, const std::vector<std::st
 
   posix_spawnattr_t attributes;
   posix_spawnattr_init(&attributes);
-  sigset_t interrupts;
-  sigemptyset(&interrupts);
-  sigaddset(&interrupts, SIGINT);
-  sigaddset(&interrupts, SIGQUIT);
-  posix_spawnattr_setsigdefault(&attributes, &interrupts);
+  sigset_t ignoredHere;
+  sigemptyset(&ignoredHere);
+  sigaddset(&ignoredHere, SIGPIPE);
+  posix_spawnattr_setsigdefault(&attributes, &ignoredHere);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
 
   pid_t process = 0;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <vector>
 
@@ -31,6 +32,7 @@ void Print(const std::string& text) {
   std::string_view rest = text;
   while (!rest.empty()) {
     const ssize_t count = ::write(STDERR_FILENO, rest.data(), rest.size());
+    if (count < 0 && errno == EINTR) continue;
     if (count <= 0) return;  // nobody is left to be told
     rest.remove_prefix(static_cast<std::size_t>(count));
   }
@@ -40,19 +42,22 @@ void Print(const std::string& text) {
 std::optional<std::string> ReadLine() {
   std::string line;
   char c = 0;
-  while (::read(STDIN_FILENO, &c, 1) == 1) {
+  for (;;) {
+    const ssize_t count = ::read(STDIN_FILENO, &c, 1);
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return std::nullopt;
     if (c == '\n') return line;
     line += c;
   }
-  return std::nullopt;
 }
 
-/// Runs zenity. Gives what it printed if the user confirmed; nothing if not, or if there is no zenity.
+/// Runs zenity. Gives what it printed if the user confirmed; nothing if not, or if there is no zenity. It
+/// prints a path as it is only in a UTF-8 locale.
 std::optional<std::string> Zenity(std::vector<std::string> options) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
-  options.insert(options.begin(), "zenity");
-  const auto zenity = posix::Spawn("zenity", options, ends[1], -1);
+  options.insert(options.begin(), {"env", "LC_ALL=C.UTF-8", "zenity"});
+  const auto zenity = posix::Spawn("env", options, ends[1], -1);
   ::close(ends[1]);
 
   std::string printed;

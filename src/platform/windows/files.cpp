@@ -1,0 +1,121 @@
+#include <windows.h>
+
+#include <shlwapi.h>
+
+#include <algorithm>
+
+#include "platform/platform.h"
+#include "platform/windows/encoding.h"
+#include "platform/windows/raise.h"
+
+namespace platform {
+namespace {
+
+using windows::RaiseLastError;
+using windows::ToAnsi;
+
+HANDLE openFile = INVALID_HANDLE_VALUE;
+
+/// What one call to read or write may take.
+constexpr std::size_t LargestTransfer = 1 << 30;
+
+LocalTime ToLocal(const FILETIME& universal) {
+  constexpr std::int64_t from1601To1970 = 116'444'736'000'000'000;
+  FILETIME local{};
+  ::FileTimeToLocalFileTime(&universal, &local);
+  const auto ticks = static_cast<std::uint64_t>(local.dwHighDateTime) << 32 | local.dwLowDateTime;
+  return LocalTime(LocalTime::duration(static_cast<std::int64_t>(ticks) - from1601To1970));
+}
+
+}  // namespace
+
+bool PathExists(const Text& path) {
+  return ::PathFileExistsA(ToAnsi(path).c_str()) != FALSE;
+}
+
+void ResetAttributes(const Text& path) {
+  if (!::SetFileAttributesA(ToAnsi(path).c_str(), FILE_ATTRIBUTE_NORMAL)) RaiseLastError();
+}
+
+void Remove(const Text& path) {
+  if (!::DeleteFileA(ToAnsi(path).c_str())) RaiseLastError();
+}
+
+void Move(const Text& from, const Text& to) {
+  if (!::MoveFileExA(ToAnsi(from).c_str(), ToAnsi(to).c_str(),
+                     MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH)) {
+    RaiseLastError();
+  }
+}
+
+std::optional<Text> FirstMatch(const Text& pattern) {
+  constexpr DWORD neverMatches = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
+  WIN32_FIND_DATAA entry{};
+  const HANDLE listing = ::FindFirstFileA(ToAnsi(pattern).c_str(), &entry);
+  if (listing == INVALID_HANDLE_VALUE) return std::nullopt;
+
+  std::optional<Text> first;
+  do {
+    if ((entry.dwFileAttributes & neverMatches) == 0) first = windows::FromAnsi(entry.cFileName);
+  } while (!first && ::FindNextFileA(listing, &entry));
+  ::FindClose(listing);
+  return first;
+}
+
+LocalTime FileTime(const Text& path) {
+  WIN32_FILE_ATTRIBUTE_DATA attributes{};
+  if (!::GetFileAttributesExA(ToAnsi(path).c_str(), GetFileExInfoStandard, &attributes)) RaiseLastError();
+  return ToLocal(attributes.ftLastWriteTime);
+}
+
+LocalTime PresentTime() {
+  FILETIME now{};
+  ::GetSystemTimeAsFileTime(&now);
+  return ToLocal(now);
+}
+
+void Open(const Text& path) {
+  openFile =
+      ::CreateFileA(ToAnsi(path).c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (openFile == INVALID_HANDLE_VALUE) RaiseLastError();
+}
+
+std::uint64_t Length() {
+  LARGE_INTEGER length{};
+  if (!::GetFileSizeEx(openFile, &length)) RaiseLastError();
+  return static_cast<std::uint64_t>(length.QuadPart);
+}
+
+void Seek(std::uint64_t position) {
+  LARGE_INTEGER distance{};
+  distance.QuadPart = static_cast<std::int64_t>(position);
+  if (!::SetFilePointerEx(openFile, distance, nullptr, FILE_BEGIN)) RaiseLastError();
+}
+
+void Read(std::span<std::byte> buffer) {
+  while (!buffer.empty()) {
+    DWORD count = 0;
+    const auto wanted = static_cast<DWORD>(std::min(buffer.size(), LargestTransfer));
+    if (!::ReadFile(openFile, buffer.data(), wanted, &count, nullptr)) RaiseLastError();
+    if (count == 0) return;
+    buffer = buffer.subspan(count);
+  }
+}
+
+void Write(std::span<const std::byte> bytes) {
+  while (!bytes.empty()) {
+    DWORD count = 0;
+    const auto wanted = static_cast<DWORD>(std::min(bytes.size(), LargestTransfer));
+    if (!::WriteFile(openFile, bytes.data(), wanted, &count, nullptr)) RaiseLastError();
+    bytes = bytes.subspan(count);
+  }
+}
+
+void Close() {
+  const HANDLE file = openFile;
+  openFile = INVALID_HANDLE_VALUE;
+  if (!::CloseHandle(file)) RaiseLastError();
+}
+
+}  // namespace platform

@@ -1,0 +1,66 @@
+#include <windows.h>
+
+#include <array>
+
+#include "platform/platform.h"
+#include "platform/windows/encoding.h"
+
+namespace platform {
+namespace {
+
+static_assert(sizeof(STARTUPINFOA) == 68);
+
+std::string ExecutablePath() {
+  std::array<char, MAX_PATH> path{};
+  const DWORD length = ::GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  return {path.data(), length};
+}
+
+}  // namespace
+
+Text RawCommandLine() {
+  const std::string_view line = ::GetCommandLineA();
+  const std::size_t nameEnd = line.starts_with('"') ? line.find('"', 1) : line.find_first_of(" \t");
+  if (nameEnd == std::string_view::npos) return {};
+  return windows::FromAnsi(line.substr(nameEnd + 1));
+}
+
+Text AppDir() {
+  const std::string path = ExecutablePath();
+  return windows::FromAnsi(path.substr(0, path.rfind('\\') + 1));
+}
+
+Text ExecutableName() {
+  const std::string path = ExecutablePath();
+  return windows::FromAnsi(path.substr(path.rfind('\\') + 1));
+}
+
+Text TempFolder() {
+  std::string folder(256, '\0');
+  ::GetTempPathA(static_cast<DWORD>(folder.size()), folder.data());
+  return mMain::CutAtNul(windows::FromAnsi(folder));
+}
+
+void EndProcess(int status) {
+  ::ExitProcess(static_cast<UINT>(status));
+}
+
+void StartAndWait(const Text& commandLine, int showStyle) {
+  std::string line = windows::ToAnsi(commandLine);
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESHOWWINDOW;
+  startup.wShowWindow = static_cast<WORD>(showStyle);
+  PROCESS_INFORMATION process{};
+  // Nobody looks at the results: a tool that did not start has a zero handle, on which waiting fails at once.
+  ::CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, NORMAL_PRIORITY_CLASS, nullptr, nullptr,
+                   &startup, &process);
+  ::WaitForSingleObject(process.hProcess, INFINITE);
+  ::CloseHandle(process.hProcess);
+}
+
+std::int32_t TickCount() {
+  return static_cast<std::int32_t>(::GetTickCount());
+}
+
+}  // namespace platform

@@ -1,0 +1,72 @@
+#include <windows.h>
+
+#include <commdlg.h>
+#include <shlobj.h>
+
+#include <array>
+
+#include "platform/platform.h"
+#include "platform/windows/encoding.h"
+
+namespace platform {
+namespace {
+
+using windows::FromAnsi;
+using windows::ToAnsi;
+
+using OpenFileName = OPENFILENAME_NT4A;
+
+static_assert(sizeof(OpenFileName) == 76);
+static_assert(sizeof(BROWSEINFOA) == 32);
+
+/// What a folder's path may take, its NUL included.
+constexpr std::size_t FolderPathSize = 256;
+
+}  // namespace
+
+void ShowMessage(const Text& text, int style) {
+  ::MessageBoxA(nullptr, ToAnsi(text).c_str(), "", static_cast<UINT>(style));
+}
+
+std::optional<Text> AskForFolder(const Text& title) {
+  std::string caption = ToAnsi(title);
+  BROWSEINFOA browse{};
+  browse.lpszTitle = ::lstrcatA(caption.data(), "");
+  browse.ulFlags = BIF_RETURNONLYFSDIRS;
+  const PIDLIST_ABSOLUTE list = ::SHBrowseForFolderA(&browse);
+  if (list == nullptr) return std::nullopt;
+
+  // The call may write as much as MAX_PATH.
+  std::array<char, MAX_PATH> path{};
+  ::SHGetPathFromIDListA(list, path.data());
+  ::CoTaskMemFree(list);
+  const std::string_view whole(path.data());
+  return FromAnsi(whole.size() < FolderPathSize ? whole : std::string_view());
+}
+
+std::optional<Text> AskForFileToSave(const SaveDialog& dialog) {
+  const std::string filter = ToAnsi(dialog.filterList);
+  const std::string title = ToAnsi(dialog.title);
+  const std::string extension = ToAnsi(dialog.defaultExtension);
+  std::string file = ToAnsi(dialog.fileBuffer);
+  std::string fileTitle = ToAnsi(dialog.fileTitle);
+  file.resize(dialog.fileBuffer.size());
+  fileTitle.resize(dialog.fileTitle.size());
+
+  OpenFileName record{};
+  record.lStructSize = sizeof record;
+  record.hInstance = ::GetModuleHandleA(nullptr);
+  record.lpstrFilter = filter.c_str();
+  record.lpstrFile = file.data();
+  record.nMaxFile = static_cast<DWORD>(file.size() + 1);
+  record.lpstrFileTitle = fileTitle.data();
+  record.nMaxFileTitle = static_cast<DWORD>(fileTitle.size() + 1);
+  record.lpstrTitle = title.c_str();
+  record.Flags = dialog.flags;
+  record.lpstrDefExt = extension.c_str();
+  // The older, shorter record: its size tells the call which one it got.
+  if (!::GetSaveFileNameA(reinterpret_cast<OPENFILENAMEA*>(&record))) return std::nullopt;
+  return FromAnsi(file);
+}
+
+}  // namespace platform
