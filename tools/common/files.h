@@ -31,7 +31,7 @@ class InputFile {
 
  private:
   std::string path_;
-  int file_;
+  std::intptr_t file_;  ///< the host's descriptor or handle
   std::uint64_t size_ = 0;
 };
 
@@ -52,7 +52,7 @@ class OutputFile {
   std::string path_;
   std::string target_;
   std::string partPath_;
-  int file_;
+  std::intptr_t file_;  ///< the host's descriptor or handle
   bool committed_ = false;
 };
 

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "common/files.h"
 
@@ -16,6 +17,10 @@ namespace {
 
 [[noreturn]] void Fail(const std::string& path) {
   throw FileError(path, std::strerror(errno));
+}
+
+int Descriptor(std::intptr_t file) {
+  return static_cast<int>(file);
 }
 
 /// Where `path` leads, if it is a link; otherwise `path` itself.
@@ -45,18 +50,18 @@ void RemoveOnSignal(const std::string& path) {
 InputFile::InputFile(const std::string& path)
     : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
   struct stat status {};
-  if (file_ < 0 || ::fstat(file_, &status) != 0) Fail(path_);
+  if (file_ < 0 || ::fstat(Descriptor(file_), &status) != 0) Fail(path_);
   if (!S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
   size_ = static_cast<std::uint64_t>(status.st_size);
 }
 
 InputFile::~InputFile() {
-  ::close(file_);
+  ::close(Descriptor(file_));
 }
 
 void InputFile::Read(std::span<std::byte> buffer) {
   while (!buffer.empty()) {
-    const ssize_t count = ::read(file_, buffer.data(), buffer.size());
+    const ssize_t count = ::read(Descriptor(file_), buffer.data(), buffer.size());
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) Fail(path_);
     if (count == 0) throw FileError(path_, "became shorter while it was read");
@@ -75,13 +80,13 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLin
 }
 
 OutputFile::~OutputFile() {
-  if (file_ >= 0) ::close(file_);
+  if (file_ >= 0) ::close(Descriptor(file_));
   if (!committed_) ::unlink(partPath_.c_str());
 }
 
 void OutputFile::Write(std::span<const std::byte> bytes) {
   while (!bytes.empty()) {
-    const ssize_t count = ::write(file_, bytes.data(), bytes.size());
+    const ssize_t count = ::write(Descriptor(file_), bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) Fail(path_);
     bytes = bytes.subspan(static_cast<std::size_t>(count));
@@ -89,9 +94,7 @@ void OutputFile::Write(std::span<const std::byte> bytes) {
 }
 
 void OutputFile::Commit() {
-  const int file = file_;
-  file_ = -1;
-  if (::close(file) != 0) Fail(path_);
+  if (::close(Descriptor(std::exchange(file_, -1))) != 0) Fail(path_);
   if (::rename(partPath_.c_str(), target_.c_str()) != 0) Fail(path_);
   committed_ = true;
 }

@@ -1,6 +1,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "common/files.h"
 
@@ -22,53 +23,58 @@ constexpr std::size_t LargestTransfer = 1 << 30;
   throw FileError(path, reason);
 }
 
-bool IsNoFile(HANDLE file, const std::string& path) {
-  const DWORD attributes = ::GetFileAttributesA(path.c_str());
-  const bool isFolder = attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-  return isFolder || (file != INVALID_HANDLE_VALUE && ::GetFileType(file) != FILE_TYPE_DISK);
+HANDLE HandleOf(std::intptr_t file) {
+  return reinterpret_cast<HANDLE>(file);
 }
+
+std::intptr_t Open(const std::string& path, DWORD access, DWORD share, DWORD disposition) {
+  return reinterpret_cast<std::intptr_t>(::CreateFileA(path.c_str(), access, share, nullptr, disposition,
+                                                       FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN,
+                                                       nullptr));
+}
+
+bool IsFolder(const std::string& path) {
+  const DWORD attributes = ::GetFileAttributesA(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+const auto NoFile = reinterpret_cast<std::intptr_t>(INVALID_HANDLE_VALUE);
 
 }  // namespace
 
 InputFile::InputFile(const std::string& path)
-    : path_(path),
-      file_(::CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                          FILE_FLAG_SEQUENTIAL_SCAN, nullptr)) {
-  if (IsNoFile(file_, path_)) throw FileError(path_, "not a file");
+    : path_(path), file_(Open(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING)) {
+  if (IsFolder(path_)) throw FileError(path_, "not a file");
   LARGE_INTEGER size{};
-  if (file_ == INVALID_HANDLE_VALUE || !::GetFileSizeEx(file_, &size)) Fail(path_);
+  if (file_ == NoFile || !::GetFileSizeEx(HandleOf(file_), &size)) Fail(path_);
   size_ = static_cast<std::uint64_t>(size.QuadPart);
 }
 
 InputFile::~InputFile() {
-  ::CloseHandle(file_);
+  ::CloseHandle(HandleOf(file_));
 }
 
 void InputFile::Read(std::span<std::byte> buffer) {
   while (!buffer.empty()) {
     DWORD count = 0;
     const auto wanted = static_cast<DWORD>(std::min(buffer.size(), LargestTransfer));
-    if (!::ReadFile(file_, buffer.data(), wanted, &count, nullptr)) Fail(path_);
+    if (!::ReadFile(HandleOf(file_), buffer.data(), wanted, &count, nullptr)) Fail(path_);
     if (count == 0) throw FileError(path_, "became shorter while it was read");
     buffer = buffer.subspan(count);
   }
 }
 
-OutputFile::OutputFile(const std::string& path)
-    : path_(path),
-      target_(path),
-      partPath_(path.substr(0, path.find_last_of(PathSeparators) + 1) + ".part-" +
-                std::to_string(::GetCurrentProcessId())),
-      file_(INVALID_HANDLE_VALUE) {
-  if (IsNoFile(INVALID_HANDLE_VALUE, target_)) throw FileError(path_, "not a file");
-  file_ =
-      ::CreateFileA(partPath_.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (file_ == INVALID_HANDLE_VALUE) Fail(path_);
+OutputFile::OutputFile(const std::string& path) : path_(path), target_(path), file_(NoFile) {
+  if (IsFolder(target_)) throw FileError(path_, "not a file");
+  partPath_ = target_.substr(0, target_.find_last_of(PathSeparators) + 1) + ".part-" +
+              std::to_string(::GetCurrentProcessId());
+  file_ = Open(partPath_, GENERIC_WRITE, 0, CREATE_ALWAYS);
+  if (file_ == NoFile) Fail(path_);
 }
 
 OutputFile::~OutputFile() {
   if (committed_) return;
-  ::CloseHandle(file_);
+  ::CloseHandle(HandleOf(file_));
   ::DeleteFileA(partPath_.c_str());
 }
 
@@ -76,13 +82,13 @@ void OutputFile::Write(std::span<const std::byte> bytes) {
   while (!bytes.empty()) {
     DWORD count = 0;
     const auto wanted = static_cast<DWORD>(std::min(bytes.size(), LargestTransfer));
-    if (!::WriteFile(file_, bytes.data(), wanted, &count, nullptr)) Fail(path_);
+    if (!::WriteFile(HandleOf(file_), bytes.data(), wanted, &count, nullptr)) Fail(path_);
     bytes = bytes.subspan(count);
   }
 }
 
 void OutputFile::Commit() {
-  if (!::CloseHandle(std::exchange(file_, INVALID_HANDLE_VALUE))) Fail(path_);
+  if (!::CloseHandle(HandleOf(std::exchange(file_, NoFile)))) Fail(path_);
   if (!::MoveFileExA(partPath_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) Fail(path_);
   committed_ = true;
 }
