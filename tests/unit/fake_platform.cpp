@@ -185,7 +185,7 @@ std::uint64_t Length() {
 }
 
 void Seek(std::uint64_t position) {
-  host.position = position;
+  host.position = static_cast<std::size_t>(position);
 }
 
 void Read(std::span<std::byte> buffer) {

@@ -41,7 +41,7 @@ struct Host {
 
   int operations = 0;
   std::optional<Text> open;
-  std::uint64_t position = 0;
+  std::size_t position = 0;
   std::optional<platform::SaveDialog> dialog;
 };
 
