@@ -1,6 +1,7 @@
 // Stands in for an outside tool in the system tests. It notes its arguments in the file "log" beside itself
 // and does what the file "<its name>.does" says: nothing, exit1 (after creating its output), old (an output
-// dated back), kill, interrupt (the program that started it, after creating its output). Without that file it
+// dated back), kill, interrupt (the program that started it, after creating its output), bridge
+// (leave the work to whoever takes the file "request" away). Without that file it
 // creates its output.
 
 #include <chrono>
@@ -8,9 +9,20 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "stand_in.h"
+
+namespace {
+
+std::string ArgumentLines(const std::vector<std::string>& arguments) {
+  std::string lines;
+  for (const std::string& argument : arguments) lines += "\n" + argument;
+  return lines;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   const std::vector<std::string> arguments(argv + 1, argv + argc);
@@ -27,6 +39,14 @@ int main(int argc, char** argv) {
   std::ifstream(beside(self.stem().string() + ".does")) >> behaviour;
   if (behaviour == "nothing") return 0;
   if (behaviour == "kill") KillThisProcess();
+  if (behaviour == "bridge") {
+    std::ofstream(beside("request.part"), std::ios::binary)
+        << self.stem().string() << ArgumentLines(arguments);
+    std::filesystem::rename(beside("request.part"), beside("request"));
+    while (std::filesystem::exists(beside("request")))
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return 0;
+  }
 
   std::string output = arguments.back();
   for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
