@@ -10,7 +10,7 @@ use File::Temp qw(tempdir);
 use Test::More;
 use Time::HiRes qw(sleep);
 
-exec 'xvfb-run', '-a', '-s', '-screen 0 1100x760x24', $^X, $0, @ARGV if !$ENV{DISPLAY};
+exec 'xvfb-run', '-a', '-s', '-screen 0 1100x960x24', $^X, $0, @ARGV if !$ENV{DISPLAY};
 
 my ($marrowvan, $stand_in, $wine) = @ARGV;
 my $exe = $wine ? '.exe' : '';
