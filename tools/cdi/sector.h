@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 /// Sectors as an image stores them (ECMA-130; CD-ROM XA for Mode 2 Form 1). Sizes are in bytes.
 namespace cdi {
@@ -21,8 +22,17 @@ inline constexpr std::size_t QParityOffset = PParityOffset + 172;
 /// significant bit first, start 0, no inversion (ECMA-130, 14.3).
 std::uint32_t Edc(std::span<const std::byte> bytes);
 
-/// Writes the Mode 2 Form 1 sector of `userData` to `stored`.
+/// Writes the Mode 2 Form 1 sector of `userData` to `stored`, in the fastest way that the processor knows.
 void EncodeSector(std::span<const std::byte, UserDataSize> userData,
                   std::span<std::byte, StoredSectorSize> stored);
+
+/// One way to encode a sector. All of them give the same bytes.
+struct SectorEncoder {
+  const char* name;
+  void (*encode)(const std::byte* userData, std::byte* stored);
+};
+
+/// The ways that this processor knows, the fastest last. The first one needs nothing but standard C++.
+std::vector<SectorEncoder> SectorEncoders();
 
 }  // namespace cdi

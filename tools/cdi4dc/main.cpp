@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <array>
-#include <cstring>
+#include <atomic>
+#include <future>
 #include <iostream>
 #include <limits>
+#include <mutex>
 
 #include "cdi/image.h"
 #include "common/files.h"
@@ -18,22 +19,29 @@ constexpr std::size_t VolumeNameOffset = 40;
 constexpr std::size_t VolumeNameLength = 32;
 constexpr std::size_t VolumeSizeOffset = 80;
 
-constexpr std::size_t SectorsAtOnce = 256;
+/// What one thread works on at a time: little enough to stay in its cache.
+constexpr std::uint32_t SectorsAtOnce = 64;
 
+/// A line on the terminal, if there is one. Several threads report to it.
 class Progress {
  public:
   explicit Progress(std::uint64_t total) : total_(total), shown_(tools::StandardErrorIsTerminal()) {}
 
-  void Report(std::uint64_t done) {
-    const auto percent = static_cast<int>(done * 100 / total_);
-    if (!shown_ || percent == percent_) return;
+  void Add(std::uint64_t done) {
+    if (!shown_) return;
+    const std::lock_guard lock(mutex_);
+    done_ += done;
+    const auto percent = static_cast<int>(done_ * 100 / total_);
+    if (percent == percent_) return;
     percent_ = percent;
-    std::cerr << "\rcdi4dc: " << percent << " %" << (done == total_ ? "\n" : "") << std::flush;
+    std::cerr << "\rcdi4dc: " << percent << " %" << (done_ == total_ ? "\n" : "") << std::flush;
   }
 
  private:
   std::uint64_t total_;
   bool shown_;
+  std::mutex mutex_;
+  std::uint64_t done_ = 0;
   int percent_ = -1;
 };
 
@@ -67,11 +75,9 @@ std::uint32_t VolumeSize(std::string_view descriptor) {
 
 /// The volume name of an image of `sectors`, which must hold all of its volume: a tool that was stopped
 /// leaves less.
-std::string VolumeName(const tools::InputFile& iso, std::span<const std::byte> firstSectors,
-                       std::uint32_t sectors) {
-  const std::string_view text(reinterpret_cast<const char*>(firstSectors.data()), firstSectors.size());
-  const std::string_view descriptor =
-      text.substr(VolumeDescriptorSector * cdi::UserDataSize, cdi::UserDataSize);
+std::string VolumeName(const tools::InputFile& iso, std::uint32_t sectors) {
+  std::string descriptor(cdi::UserDataSize, '\0');
+  iso.ReadAt(VolumeDescriptorSector * cdi::UserDataSize, std::as_writable_bytes(std::span(descriptor)));
   if (!descriptor.substr(StandardIdentifierOffset).starts_with(StandardIdentifier)) {
     throw tools::FileError(iso.Path(), "no ISO 9660 volume descriptor at sector 16");
   }
@@ -79,43 +85,58 @@ std::string VolumeName(const tools::InputFile& iso, std::span<const std::byte> f
     throw tools::FileError(iso.Path(), "ends after " + std::to_string(sectors) + " of its volume's " +
                                            std::to_string(VolumeSize(descriptor)) + " sectors");
   }
-  return std::string(descriptor.substr(VolumeNameOffset, VolumeNameLength));
+  return descriptor.substr(VolumeNameOffset, VolumeNameLength);
 }
 
 std::string FileName(const std::string& path) {
   return path.substr(path.find_last_of(tools::PathSeparators) + 1);
 }
 
+/// Encodes batches of sectors, each the next that no other thread has taken, until none is left.
+void EncodeBatches(const tools::InputFile& iso, tools::OutputFile& image, std::uint32_t sectors,
+                   std::atomic<std::uint32_t>& nextSector, Progress& progress) {
+  std::vector<std::byte> userData(SectorsAtOnce * cdi::UserDataSize);
+  std::vector<std::byte> stored(SectorsAtOnce * cdi::StoredSectorSize);
+  for (;;) {
+    const std::uint32_t first = nextSector.fetch_add(SectorsAtOnce);
+    if (first >= sectors) return;
+    const std::size_t count = std::min<std::size_t>(SectorsAtOnce, sectors - first);
+    iso.ReadAt(std::uint64_t{first} * cdi::UserDataSize,
+               std::span(userData).first(count * cdi::UserDataSize));
+    for (std::size_t i = 0; i < count; ++i) {
+      cdi::EncodeSector(std::span(userData).subspan(i * cdi::UserDataSize).first<cdi::UserDataSize>(),
+                        std::span(stored).subspan(i * cdi::StoredSectorSize).first<cdi::StoredSectorSize>());
+    }
+    image.WriteAt(cdi::DataTrackOffset + std::uint64_t{first} * cdi::StoredSectorSize,
+                  std::span(stored).first(count * cdi::StoredSectorSize));
+    progress.Add(count);
+  }
+}
+
 void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
-  tools::InputFile iso(isoPath);
+  const tools::InputFile iso(isoPath);
   const std::uint32_t sectors = SectorCount(iso);
+  const std::string volumeName = VolumeName(iso, sectors);
   if (cdi::DataTrackStart + sectors > cdi::DiscCapacity) {
     std::cerr << "cdi4dc: " << cdiPath << ": warning: " << cdi::DataTrackStart + sectors
               << " sectors fit on no 80-minute disc, which holds " << cdi::DiscCapacity << '\n';
   }
+  const std::vector<std::byte> descriptor = cdi::MakeDescriptor(FileName(cdiPath), volumeName, sectors);
+  const std::uint64_t descriptorOffset =
+      cdi::DataTrackOffset + std::uint64_t{sectors} * cdi::StoredSectorSize;
 
-  std::vector<std::byte> userData(SectorsAtOnce * cdi::UserDataSize);
-  std::vector<std::byte> stored(SectorsAtOnce * cdi::StoredSectorSize);
-  std::uint32_t atOnce = std::min<std::uint32_t>(sectors, SectorsAtOnce);
-  iso.Read(std::span(userData).first(atOnce * cdi::UserDataSize));
-  const std::string volumeName = VolumeName(iso, userData, sectors);
-
+  // The audio track and both pregaps are zero, as is all that nobody writes.
   tools::OutputFile image(cdiPath);
-  image.Write(std::vector<std::byte>(cdi::DataTrackOffset));
+  image.Reserve(descriptorOffset + descriptor.size());
+  image.WriteAt(descriptorOffset, descriptor);
+
+  // Two threads: one encodes while the other one reads or writes.
   Progress progress(sectors);
-  for (std::uint32_t done = 0;;) {
-    for (std::size_t i = 0; i < atOnce; ++i) {
-      cdi::EncodeSector(std::span(userData).subspan(i * cdi::UserDataSize).first<cdi::UserDataSize>(),
-                        std::span(stored).subspan(i * cdi::StoredSectorSize).first<cdi::StoredSectorSize>());
-    }
-    image.Write(std::span(stored).first(atOnce * cdi::StoredSectorSize));
-    done += atOnce;
-    progress.Report(done);
-    if (done == sectors) break;
-    atOnce = std::min<std::uint32_t>(sectors - done, SectorsAtOnce);
-    iso.Read(std::span(userData).first(atOnce * cdi::UserDataSize));
-  }
-  image.Write(cdi::MakeDescriptor(FileName(cdiPath), volumeName, sectors));
+  std::atomic<std::uint32_t> nextSector = 0;
+  const auto encode = [&] { EncodeBatches(iso, image, sectors, nextSector, progress); };
+  std::future<void> other = std::async(std::launch::async, encode);
+  encode();
+  other.get();
   image.Commit();
 }
 

@@ -13,7 +13,7 @@ struct FileError : std::runtime_error {
   FileError(const std::string& path, const std::string& reason) : std::runtime_error(path + ": " + reason) {}
 };
 
-/// A file that is read from its start to its end. Every failure is a `FileError`.
+/// A file that is read. Every failure is a `FileError`.
 class InputFile {
  public:
   explicit InputFile(const std::string& path);
@@ -26,8 +26,9 @@ class InputFile {
   /// The length in bytes.
   std::uint64_t Size() const { return size_; }
 
-  /// Fills `buffer` with the next bytes. Fails if the file ends before it is full.
-  void Read(std::span<std::byte> buffer);
+  /// Fills `buffer` with the bytes from `offset` on. Fails if the file ends before it is full. Several
+  /// threads may read at a time.
+  void ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const;
 
  private:
   std::string path_;
@@ -45,7 +46,12 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
 
-  void Write(std::span<const std::byte> bytes);
+  /// Gives the file its length and, where the host can, its place on the disk. What nobody writes is zero.
+  void Reserve(std::uint64_t size);
+
+  /// Several threads may write at a time.
+  void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
+
   void Commit();
 
  private:

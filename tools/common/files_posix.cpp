@@ -59,13 +59,15 @@ InputFile::~InputFile() {
   ::close(Descriptor(file_));
 }
 
-void InputFile::Read(std::span<std::byte> buffer) {
+void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const {
   while (!buffer.empty()) {
-    const ssize_t count = ::read(Descriptor(file_), buffer.data(), buffer.size());
+    const ssize_t count =
+        ::pread(Descriptor(file_), buffer.data(), buffer.size(), static_cast<off_t>(offset));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) Fail(path_);
     if (count == 0) throw FileError(path_, "became shorter while it was read");
     buffer = buffer.subspan(static_cast<std::size_t>(count));
+    offset += static_cast<std::uint64_t>(count);
   }
 }
 
@@ -84,12 +86,19 @@ OutputFile::~OutputFile() {
   if (!committed_) ::unlink(partPath_.c_str());
 }
 
-void OutputFile::Write(std::span<const std::byte> bytes) {
+void OutputFile::Reserve(std::uint64_t size) {
+  const auto length = static_cast<off_t>(size);
+  if (::ftruncate(Descriptor(file_), length) != 0) Fail(path_);
+  if (length > 0 && ::fallocate(Descriptor(file_), 0, 0, length) != 0 && errno != EOPNOTSUPP) Fail(path_);
+}
+
+void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {
   while (!bytes.empty()) {
-    const ssize_t count = ::write(Descriptor(file_), bytes.data(), bytes.size());
+    const ssize_t count = ::pwrite(Descriptor(file_), bytes.data(), bytes.size(), static_cast<off_t>(offset));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) Fail(path_);
     bytes = bytes.subspan(static_cast<std::size_t>(count));
+    offset += static_cast<std::uint64_t>(count);
   }
 }
 

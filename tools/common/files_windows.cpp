@@ -33,6 +33,13 @@ std::intptr_t Open(const std::string& path, DWORD access, DWORD share, DWORD dis
                                                        nullptr));
 }
 
+OVERLAPPED At(std::uint64_t offset) {
+  OVERLAPPED place{};
+  place.Offset = static_cast<DWORD>(offset);
+  place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+  return place;
+}
+
 bool IsFolder(const std::string& path) {
   const DWORD attributes = ::GetFileAttributesA(path.c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -54,13 +61,16 @@ InputFile::~InputFile() {
   ::CloseHandle(HandleOf(file_));
 }
 
-void InputFile::Read(std::span<std::byte> buffer) {
+void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const {
   while (!buffer.empty()) {
     DWORD count = 0;
+    OVERLAPPED place = At(offset);
     const auto wanted = static_cast<DWORD>(std::min(buffer.size(), LargestTransfer));
-    if (!::ReadFile(HandleOf(file_), buffer.data(), wanted, &count, nullptr)) Fail(path_);
+    const BOOL done = ::ReadFile(HandleOf(file_), buffer.data(), wanted, &count, &place);
+    if (!done && ::GetLastError() != ERROR_HANDLE_EOF) Fail(path_);
     if (count == 0) throw FileError(path_, "became shorter while it was read");
     buffer = buffer.subspan(count);
+    offset += count;
   }
 }
 
@@ -78,12 +88,21 @@ OutputFile::~OutputFile() {
   ::DeleteFileA(partPath_.c_str());
 }
 
-void OutputFile::Write(std::span<const std::byte> bytes) {
+void OutputFile::Reserve(std::uint64_t size) {
+  LARGE_INTEGER end{};
+  end.QuadPart = static_cast<std::int64_t>(size);
+  if (!::SetFilePointerEx(HandleOf(file_), end, nullptr, FILE_BEGIN) || !::SetEndOfFile(HandleOf(file_)))
+    Fail(path_);
+}
+
+void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {
   while (!bytes.empty()) {
     DWORD count = 0;
+    OVERLAPPED place = At(offset);
     const auto wanted = static_cast<DWORD>(std::min(bytes.size(), LargestTransfer));
-    if (!::WriteFile(HandleOf(file_), bytes.data(), wanted, &count, nullptr)) Fail(path_);
+    if (!::WriteFile(HandleOf(file_), bytes.data(), wanted, &count, &place)) Fail(path_);
     bytes = bytes.subspan(count);
+    offset += count;
   }
 }
 

@@ -11,11 +11,12 @@ void ConvertFile(const std::string& inPath, const std::string& outPath, bool inv
   const auto size = static_cast<std::size_t>(in.Size());
   const auto inBytes = std::make_unique_for_overwrite<std::byte[]>(size);
   const auto outBytes = std::make_unique_for_overwrite<std::byte[]>(size);
-  in.Read({inBytes.get(), size});
+  in.ReadAt(0, {inBytes.get(), size});
   (inverse ? scramble::Unscramble : scramble::Scramble)({inBytes.get(), size}, {outBytes.get(), size});
 
   tools::OutputFile out(outPath);
-  out.Write({outBytes.get(), size});
+  out.Reserve(size);
+  out.WriteAt(0, {outBytes.get(), size});
   out.Commit();
 }
 
