@@ -1,4 +1,5 @@
-#include <memory>
+#include <utility>
+#include <vector>
 
 #include "common/files.h"
 #include "common/program.h"
@@ -6,17 +7,27 @@
 
 namespace {
 
+/// Chunk by chunk: two buffers that stay in the cache do for a file of any length.
 void ConvertFile(const std::string& inPath, const std::string& outPath, bool inverse) {
-  tools::InputFile in(inPath);
-  const auto size = static_cast<std::size_t>(in.Size());
-  const auto inBytes = std::make_unique_for_overwrite<std::byte[]>(size);
-  const auto outBytes = std::make_unique_for_overwrite<std::byte[]>(size);
-  in.ReadAt(0, {inBytes.get(), size});
-  (inverse ? scramble::Unscramble : scramble::Scramble)({inBytes.get(), size}, {outBytes.get(), size});
-
+  const tools::InputFile in(inPath);
+  if (!std::in_range<std::size_t>(in.Size())) throw tools::FileError(inPath, "too large for a boot file");
   tools::OutputFile out(outPath);
-  out.Reserve(size);
-  out.WriteAt(0, {outBytes.get(), size});
+  out.Reserve(in.Size());
+
+  std::vector<std::byte> inBytes;
+  std::vector<std::byte> outBytes;
+  scramble::Chunks chunks(static_cast<std::size_t>(in.Size()));
+  while (const auto chunk = chunks.Next()) {
+    inBytes.resize(chunk->length);
+    outBytes.resize(chunk->length);
+    in.ReadAt(chunk->offset, inBytes);
+    if (inverse) {
+      scramble::Unscramble(*chunk, inBytes.data(), outBytes.data());
+    } else {
+      scramble::Scramble(*chunk, inBytes.data(), outBytes.data());
+    }
+    out.WriteAt(chunk->offset, outBytes);
+  }
   out.Commit();
 }
 
