@@ -74,6 +74,9 @@ subtest 'the main job' => sub {
         is $said, '';
     }
 
+    my ($checked, $report) = output_of(companion('cdicheck') . ' hello.cdi');
+    is $checked, 0;
+    like $report, qr/No problems found/;
     my ($read_status, $summary) = output_of("perl $read_cdi hello.cdi hello.iso");
     is $read_status, 0;
     like $summary, qr/^hello.cdi: audio 302 sectors at 0, data \d+ sectors at 11702, volume "Hello", EDC and ECC correct$/;

@@ -92,7 +92,7 @@ void EncodePortably(const std::byte* userData, std::byte* stored) {
   PlaceUserData(userData, area.data());
   std::byte* sector = area.data() + HeaderSize;
   const std::uint32_t edc = Edc({sector, EdcOffset});
-  for (int i = 0; i < 4; ++i) sector[EdcOffset + i] = static_cast<std::byte>(edc >> (8 * i));
+  for (std::size_t i = 0; i < 4; ++i) sector[EdcOffset + i] = static_cast<std::byte>(edc >> (8 * i));
   WritePParity(area.data());
   WriteQParity(area.data());
   std::memcpy(stored, sector, StoredSectorSize);

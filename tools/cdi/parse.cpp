@@ -1,0 +1,119 @@
+#include "cdi/parse.h"
+
+#include <array>
+
+namespace cdi {
+namespace {
+
+constexpr std::uint32_t Version2 = 0x80000004;
+constexpr std::uint32_t Version3 = 0x80000005;
+constexpr std::uint64_t LongestDescriptor = 1 << 20;
+constexpr std::array<std::uint32_t, 5> SectorSizes{2048, 2336, 2352, 2368, 2448};
+
+/// Headers without this word in front of them lack the fields from `header::Capacity` on.
+constexpr Field LongHeaderMark{19, 4};
+constexpr std::uint32_t LongHeader = 0x80000000;
+constexpr std::size_t ShortSizeBehind = 23;
+
+/// In version 2 a track block ends behind the field "ISRC valid", 12 bytes follow it, and a session block has
+/// no zero in front.
+constexpr std::size_t TrackSizeVersion2 = 89 + 12;
+
+/// A block of the descriptor, one after the other.
+class Reader {
+ public:
+  explicit Reader(std::vector<std::byte> bytes) : bytes_(std::move(bytes)) {}
+
+  void NextBlock(std::size_t size) {
+    if (size > bytes_.size() - next_) throw FormatError("the descriptor ends in the middle of a block");
+    block_ = next_;
+    next_ += size;
+  }
+
+  /// A field of the block, or of what follows it.
+  std::uint32_t Get(Field field) const {
+    if (field.offset + field.width > bytes_.size() - block_)
+      throw FormatError("the descriptor ends within a field");
+    std::uint32_t value = 0;
+    for (std::size_t i = field.width; i-- > 0;) {
+      value = value << 8 | static_cast<std::uint32_t>(bytes_[block_ + field.offset + i]);
+    }
+    return value;
+  }
+
+ private:
+  std::vector<std::byte> bytes_;
+  std::size_t block_ = 0;
+  std::size_t next_ = 0;
+};
+
+void SkipHeader(Reader& reader) {
+  reader.NextBlock(header::SizeInFront);
+  reader.NextBlock(reader.Get(header::NameLength));
+  reader.NextBlock(ShortSizeBehind);
+  if (reader.Get(LongHeaderMark) == LongHeader) reader.NextBlock(header::SizeBehind - ShortSizeBehind);
+}
+
+Track ReadTrack(Reader& reader, std::uint32_t session, std::uint32_t version) {
+  SkipHeader(reader);
+  reader.NextBlock(version == Version2 ? TrackSizeVersion2 : track_block::Size);
+  if (reader.Get(track_block::IndexCount) != 2) throw FormatError("a track has other than two index lengths");
+  const std::uint32_t size = reader.Get(track_block::SectorSize);
+  return {.session = session,
+          .mode = reader.Get(track_block::Mode),
+          .pregap = reader.Get(track_block::Pregap),
+          .length = reader.Get(track_block::Length),
+          .total = reader.Get(track_block::TotalLength),
+          .start = reader.Get(track_block::Start),
+          .sectorSize = size < SectorSizes.size() ? SectorSizes[size] : 0,
+          .offset = 0};
+}
+
+}  // namespace
+
+std::vector<std::byte> Source::Bytes(std::uint64_t offset, std::size_t length) const {
+  if (offset > size || length > size - offset) throw FormatError("the file ends too early");
+  std::vector<std::byte> bytes(length);
+  read(offset, bytes);
+  return bytes;
+}
+
+Image ParseImage(const Source& source) {
+  constexpr std::size_t tailSize = 8;
+  if (source.size < tailSize) throw FormatError("the file is too short");
+  const Reader tail(source.Bytes(source.size - tailSize, tailSize));
+  const std::uint32_t version = tail.Get({0, 4});
+  const std::uint32_t place = tail.Get({4, 4});
+  if (version != Version2 && version != Version3 && version != Version35) {
+    throw FormatError("no DiscJuggler image of version 2, 3 or 3.5 ends like this");
+  }
+
+  if (version == Version35 && place > source.size)
+    throw FormatError("the descriptor is longer than the file");
+  const std::uint64_t offset = version == Version35 ? source.size - place : place;
+  if (offset > source.size || source.size - offset > LongestDescriptor) {
+    throw FormatError("the descriptor lies at no possible place");
+  }
+  Reader reader(source.Bytes(offset, static_cast<std::size_t>(source.size - offset)));
+
+  reader.NextBlock(1);
+  Image image{.version = version,
+              .sessions = reader.Get({0, 1}),
+              .descriptorOffset = offset,
+              .tracksEnd = 0,
+              .tracks = {}};
+  for (std::uint32_t session = 0; session < image.sessions; ++session) {
+    const std::size_t missing = version == Version2 && session > 0 ? 1 : 0;
+    reader.NextBlock(session_block::Size - missing);
+    const std::uint32_t tracks = reader.Get({session_block::TrackCount.offset - missing, 1});
+    for (std::uint32_t i = 0; i < tracks; ++i) {
+      Track track = ReadTrack(reader, session, version);
+      track.offset = image.tracksEnd + std::uint64_t{track.pregap} * track.sectorSize;
+      image.tracksEnd += std::uint64_t{track.total} * track.sectorSize;
+      image.tracks.push_back(track);
+    }
+  }
+  return image;
+}
+
+}  // namespace cdi
