@@ -68,13 +68,5 @@ TEST(Files, FirstMatchIsNoFolder) {
   EXPECT_EQ(FirstMatch(pattern), L"c d.elf");
 }
 
-TEST(Files, AFileIsAsOldAsTheClockSays) {
-  const Scratch scratch;
-  const LocalTime before = PresentTime();
-  WriteFile(scratch / "file", "x");
-  // The clock of a file system may tick more coarsely than the other.
-  EXPECT_LT(std::chrono::abs(FileTime(Wide(scratch / "file")) - before), std::chrono::minutes(1));
-}
-
 }  // namespace
 }  // namespace platform

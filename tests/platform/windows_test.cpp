@@ -24,7 +24,6 @@ INTERPOSED(WaitForSingleObject, 8);
 INTERPOSED(GetSaveFileNameA, 4);
 INTERPOSED(SHBrowseForFolderA, 4);
 INTERPOSED(SHGetPathFromIDListA, 8);
-INTERPOSED(MessageBoxA, 16);
 // NOLINTEND(bugprone-reserved-identifier)
 
 namespace platform {
@@ -163,19 +162,6 @@ TEST(FolderBrowser, FillsTheRecordByteForByteAndAcceptsWhatFits) {
     mComDlg::BrowseForFolder(target, L"Choose...");
     EXPECT_EQ(ToBytes(target.value_or(L"unset")), path.size() <= 255 ? path : "");
   }
-}
-
-TEST(ShowMessage, HasAnEmptyCaptionAndTheStyle) {
-  static std::string shown;
-  importedMessageBoxA =
-      reinterpret_cast<void*>(+[](HWND owner, LPCSTR text, LPCSTR caption, UINT style) WINAPI {
-        EXPECT_EQ(owner, nullptr);
-        EXPECT_STREQ(caption, "");
-        shown = std::to_string(style) + text;
-        return 1;
-      });
-  ShowMessage(L"a\r\nb", StopMessage);
-  EXPECT_EQ(shown, "16a\r\nb");
 }
 
 TEST(Files, LockedFileIsPermissionDeniedAndAReadOnlyOneAnAccessError) {

@@ -100,6 +100,11 @@ subtest 'the tools get their arguments to the character' => sub {
         noted($desk, 'mkisofs', qq(-G "$app/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume" -o "TEMP/data.iso" "$game"))
             . "$visible IP.BIN is here",
         noted($desk, 'cdi4dc', qq("TEMP/data.iso" "$cdi")) . $visible;
+    unlink "$app/log";
+    start($desk, '--dir', host("$game/"), '--cdi', host($cdi), '--cdvol');
+    like slurp("$app/log"), qr/-V\]? ["\[]--cdvol["\]] .* [\["][^"\[]*my game[\/\\]["\]]/, 'a bare option, a folder with its separator';
+    start($desk, '--dir', host("$game/"), '--cdi', host($cdi));
+    like slurp("$app/log"), qr/-V\]? (?:""|\[\]) /, 'no name behind the separator' if !$wine;
     is names($game), '1ST_READ.BIN IP.BIN';
     is slurp($cdi), 'made by cdi4dc';
     is names("$desk->{temp}/marrowvan-" . ($> ? $> : $user)), '', 'nothing stays in the temporary folder' if !$wine;
@@ -164,6 +169,10 @@ subtest 'bad input' => sub {
         ['16 characters', $boot->('sixteen-long.elf', 'x'), '', 'IP.BIN sixteen-long.elf'],
         ['17 characters', $boot->('seventeen-long.elf', 'x'),
             "Run-time error: '5'\n\nInvalid procedure call or argument\n", 'seventeen-long.elf'],
+        ['17 characters beside an IP.BIN', sub { $boot->('seventeen-long.elf', 'x')->(); spew("$_->{game}/IP.BIN", 'i' x 32768) },
+            "Run-time error: '5'\n\nInvalid procedure call or argument\n", 'IP.BIN seventeen-long.elf'],
+        ['NULs behind a name', sub { $boot->('GAME', 'PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND')->();
+            spew("$_->{game}/IP.BIN", 'i' x 96 . "GAME\0\0\0\0\0\0\0\0\0\0\0\0") }, '', 'GAME IP.BIN'],
         ['IP.BIN of 0 bytes', sub { spew("$_->{game}/IP.BIN", '') }, '', $built],
         ['IP.BIN of 111 bytes', sub { spew("$_->{game}/IP.BIN", 'i' x 111) }, '', $built],
         ['read-only IP.BIN', sub { spew("$_->{game}/IP.BIN", 'i' x 111); chmod 0444, "$_->{game}/IP.BIN" }, $access_error, 'IP.BIN demo.elf'],

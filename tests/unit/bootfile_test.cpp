@@ -4,7 +4,6 @@
 #include <random>
 
 #include "bootfile/classify.h"
-#include "bootfile/convert.h"
 #include "bootfile/locate.h"
 #include "fake_platform.h"
 
@@ -147,24 +146,6 @@ TEST(LocateBootFile, AsksItsThreeSources) {
     EXPECT_EQ(host.files.size(), before);
     EXPECT_EQ(host.messages.empty() ? L"" : host.messages[0],
               row.result.empty() ? L"[16] The DC bootfile could not be located!" : L"");
-  }
-}
-
-TEST(PrepareBootFile, UnscrambledBinaryKeepsItsNameWithNulsBehindItToo) {
-  struct Row {
-    Text bootFile, name, copy;
-  };
-  for (const Row& row : {Row{L"C:\\dc\\GAME.BIN", L"C:\\dc\\GAME.BIN", L"C:\\dc\\GAME_scrambled.bin"},
-                         Row{L"C:\\dc\\GAME\0\0"s, L"C:\\dc\\GAME", L"C:\\dc\\GAME_scrambled.bin"}}) {
-    Prepare(row.bootFile, Signatures[9]);
-    PrepareBootFile();
-    EXPECT_EQ(fake::Trace(), L"open " + row.name + L"\nread\nclose\n" +
-                                 L"run 0 \"C:\\tools\\scramble.exe\" \"" + row.name + L"\" \"" + row.copy +
-                                 L"\"\n" + L"reset " + row.name + L"\ndelete " + row.name + L"\n" + L"move " +
-                                 row.copy + L" > " + row.name + L"\n");
-    EXPECT_EQ(host.files.size(), 1U);
-    EXPECT_EQ(host.files[row.name].bytes, "made by \"C:\\tools\\scramble.exe");
-    EXPECT_EQ(*RunState.BootFile, row.bootFile);
   }
 }
 

@@ -93,20 +93,5 @@ TEST(WriteBootSector, UpdateChangesTheNameAndNothingElse) {
   }
 }
 
-TEST(WriteBootSector, NameOfMoreThan16CharactersIsRefusedBeforeAnythingIsWritten) {
-  for (const bool exists : {true, false}) {
-    Prepare(L"seventeen-long.elf");
-    if (exists) host.files[IpBin] = {std::string(32768, 'x')};
-    try {
-      WriteBootSector(IpBin);
-      FAIL();
-    } catch (const RuntimeError& error) {
-      EXPECT_EQ(error.Number, 5);
-    }
-    EXPECT_EQ(host.files.contains(IpBin), exists);
-    EXPECT_EQ(host.files[IpBin].bytes, exists ? std::string(32768, 'x') : "");
-  }
-}
-
 }  // namespace
 }  // namespace mMain

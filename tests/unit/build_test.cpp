@@ -95,25 +95,6 @@ delete C:\Temp\data.iso
   EXPECT_EQ(*RunState.BootFile, L"C:\\games\\demo\\1ST_READ.BIN");
 }
 
-TEST(BuildImage, VolumeNameIsTheOptionOrTheFoldersName) {
-  struct Row {
-    Text line, folder, volume;
-  };
-  for (const Row& row :
-       {Row{L"--dir C:\\dc --cdvol My Game", L"C:\\dc", L"\"My Game\""},
-        Row{L"--dir C:\\dc --cdvol", L"C:\\dc", L"\"--cdvol\""}, Row{L"--dir C:\\dc", L"C:\\dc", L"\"dc\""},
-        Row{L"--dir C:\\dc\\", L"C:\\dc\\", L"\"\""}, Row{L"--dir dc", L"dc", L"\"dc\""}}) {
-    fake::Reset(row.line + L" --cdi x.cdi");
-    host.folders = {row.folder};
-    const Text separator = row.folder.ends_with(L'\\') ? L"" : L"\\";
-    host.files[row.folder + separator + L"1ST_READ.BIN"] = {"scrambled"};
-    EXPECT_EQ(fake::Run(), 0);
-    const Text expected = L" -r -V " + row.volume + L" -o \"C:\\Temp\\data.iso\" \"" + row.folder + L"\"";
-    EXPECT_TRUE(std::any_of(host.trace.begin(), host.trace.end(),
-                            [&](const Text& line) { return line.ends_with(expected); }));
-  }
-}
-
 TEST(BuildImage, TickOverflowIsReported) {
   Prepare();
   host.ticks = {Highest, Lowest};

@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "dialogs/folder_browser.h"
 #include "dialogs/save_dialog.h"
-#include "fake_platform.h"
+#include "errors/runtime_error.h"
 
 namespace mComDlg {
 namespace {
 
-using fake::host;
-using mMain::OptionalPath;
 using namespace std::string_literals;
 
 const Text AllFiles = L"All files (*.*)\0*.*\0"s;
@@ -32,33 +29,6 @@ TEST(SaveDialog, ValuesOfTheRecord) {
   EXPECT_EQ(named.defaultExtension, L"cdi");
   EXPECT_NO_THROW(SaveDialogFor(L"", Text(254, L'n'), L"t", 0));
   EXPECT_THROW(SaveDialogFor(L"", Text(255, L'n'), L"t", 0), RuntimeError);
-}
-
-TEST(SaveDialog, DeliversThePathAloneOrUnsetsTheTarget) {
-  fake::Reset();
-  OptionalPath target = L"before";
-  host.savedFile = L"C:\\my games\\x.cdi"s + L'\0' + Text(200, L' ');
-  ShowSaveDialog(target, L"", L"", L"Save...", 0);
-  EXPECT_EQ(target, L"C:\\my games\\x.cdi");
-  EXPECT_EQ(host.dialog->title, L"Save...");
-
-  host.savedFile.reset();
-  ShowSaveDialog(target, L"", L"", L"Save...", 0);
-  EXPECT_FALSE(target.has_value());
-}
-
-TEST(FolderBrowser, RemovesNulsAndKeepsSpaces) {
-  fake::Reset();
-  OptionalPath target = L"before";
-  host.chosenFolder = L"C:\\dc "s + Text(249, L'\0');
-  BrowseForFolder(target, L"Choose...");
-  EXPECT_EQ(target, L"C:\\dc ");
-  host.chosenFolder = Text(256, L'\0');
-  BrowseForFolder(target, L"Choose...");
-  EXPECT_EQ(target, L"");
-  host.chosenFolder.reset();
-  BrowseForFolder(target, L"Choose...");
-  EXPECT_FALSE(target.has_value());
 }
 
 }  // namespace
