@@ -102,7 +102,7 @@ subtest 'the tools get their arguments to the character' => sub {
         noted($desk, 'cdi4dc', qq("TEMP/data.iso" "$cdi")) . $visible;
     unlink "$app/log";
     start($desk, '--dir', host("$game/"), '--cdi', host($cdi), '--cdvol');
-    like slurp("$app/log"), qr/-V\]? ["\[]--cdvol["\]] .* [\["][^"\[]*my game[\/\\]["\]]/, 'a bare option, a folder with its separator';
+    like slurp("$app/log"), qr/-V\]? ["\[]--cdvol["\]] .* [\["][^"\[]*my game[\/\\]+["\]]/, 'a bare option, a folder with its separator';
     start($desk, '--dir', host("$game/"), '--cdi', host($cdi));
     like slurp("$app/log"), qr/-V\]? (?:""|\[\]) /, 'no name behind the separator' if !$wine;
     is names($game), '1ST_READ.BIN IP.BIN';
