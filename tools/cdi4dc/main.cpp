@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <atomic>
-#include <future>
 #include <iostream>
 #include <limits>
 #include <mutex>
@@ -8,6 +7,7 @@
 #include "cdi/image.h"
 #include "common/files.h"
 #include "common/program.h"
+#include "common/threads.h"
 
 namespace {
 
@@ -130,13 +130,9 @@ void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
   image.Reserve(descriptorOffset + descriptor.size());
   image.WriteAt(descriptorOffset, descriptor);
 
-  // Two threads: one encodes while the other one reads or writes.
   Progress progress(sectors);
   std::atomic<std::uint32_t> nextSector = 0;
-  const auto encode = [&] { EncodeBatches(iso, image, sectors, nextSector, progress); };
-  std::future<void> other = std::async(std::launch::async, encode);
-  encode();
-  other.get();
+  tools::OnTwoThreads([&] { EncodeBatches(iso, image, sectors, nextSector, progress); });
   image.Commit();
 }
 

@@ -34,14 +34,14 @@ std::optional<Chunk> Chunks::Next() {
 
   const std::size_t slices = length / SliceLength;
   order_.resize(slices);
-  sources_.resize(slices);
+  std::vector<std::uint32_t> sources(slices);
   std::iota(order_.begin(), order_.end(), 0U);
   for (auto i = static_cast<std::uint32_t>(slices); i-- > 0;) {
     const std::uint32_t x = (NextRandom() * i) >> 16;
     std::swap(order_[i], order_[x]);
-    sources_[slices - 1 - i] = order_[i];
+    sources[slices - 1 - i] = order_[i];
   }
-  return Chunk{std::exchange(done_, done_ + length), length, sources_};
+  return Chunk{std::exchange(done_, done_ + length), length, std::move(sources)};
 }
 
 void Scramble(const Chunk& chunk, const std::byte* plain, std::byte* scrambled) {

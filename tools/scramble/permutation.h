@@ -16,7 +16,7 @@ inline constexpr std::size_t SliceLength = 32;
 struct Chunk {
   std::size_t offset;  ///< in the file, in bytes
   std::size_t length;  ///< at most 2 MiB
-  std::span<const std::uint32_t> sources;
+  std::vector<std::uint32_t> sources;
 };
 
 /// The chunks of a file of any length, one after the other. The permutation runs on over all of them.
@@ -24,7 +24,7 @@ class Chunks {
  public:
   explicit Chunks(std::size_t fileLength);
 
-  /// Nothing behind the last one. A chunk is good until the next one is asked for.
+  /// Nothing behind the last one.
   std::optional<Chunk> Next();
 
  private:
@@ -35,7 +35,6 @@ class Chunks {
   std::size_t chunkLength_;
   std::uint32_t state_;
   std::vector<std::uint32_t> order_;
-  std::vector<std::uint32_t> sources_;
 };
 
 /// One chunk, from one buffer into another of its length.
