@@ -1,5 +1,6 @@
+#include <algorithm>
+#include <memory>
 #include <mutex>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -15,9 +16,9 @@ class SharedChunks {
  public:
   explicit SharedChunks(std::size_t fileLength) : chunks_(fileLength) {}
 
-  std::optional<scramble::Chunk> Next() {
+  bool Next(scramble::Chunk& chunk) {
     const std::lock_guard lock(mutex_);
-    return chunks_.Next();
+    return chunks_.Next(chunk);
   }
 
  private:
@@ -25,21 +26,28 @@ class SharedChunks {
   scramble::Chunks chunks_;
 };
 
-/// Converts chunks, each the next that no other thread has taken, until none is left. Two buffers that stay
-/// in the cache do for a file of any length.
+/// What is read or written at a time on the scrambled side, where everything comes in order.
+constexpr std::size_t PieceLength = std::size_t{128} * 1024;
+
+/// Converts chunks, each the next that no other thread has taken, until none is left.
 void ConvertChunks(const tools::InputFile& in, tools::OutputFile& out, SharedChunks& chunks, bool inverse) {
-  std::vector<std::byte> inBytes;
-  std::vector<std::byte> outBytes;
-  while (const auto chunk = chunks.Next()) {
-    inBytes.resize(chunk->length);
-    outBytes.resize(chunk->length);
-    in.ReadAt(chunk->offset, inBytes);
-    if (inverse) {
-      scramble::Unscramble(*chunk, inBytes.data(), outBytes.data());
-    } else {
-      scramble::Scramble(*chunk, inBytes.data(), outBytes.data());
+  const auto plain = std::make_unique_for_overwrite<std::byte[]>(scramble::LargestChunk);
+  std::vector<std::byte> buffer(PieceLength);
+  scramble::Chunk chunk;
+  while (chunks.Next(chunk)) {
+    const std::span wholePlain(plain.get(), chunk.length);
+    if (!inverse) in.ReadAt(chunk.offset, wholePlain);
+    for (std::size_t at = 0; at < chunk.length; at += PieceLength) {
+      const auto piece = std::span(buffer).first(std::min(PieceLength, chunk.length - at));
+      if (inverse) {
+        in.ReadAt(chunk.offset + at, piece);
+        scramble::Unscramble(chunk, at, piece, plain.get());
+      } else {
+        scramble::Scramble(chunk, plain.get(), at, piece);
+        out.WriteAt(chunk.offset + at, piece);
+      }
     }
-    out.WriteAt(chunk->offset, outBytes);
+    if (inverse) out.WriteAt(chunk.offset, wholePlain);
   }
 }
 

@@ -1,5 +1,6 @@
 #include "scramble/permutation.h"
 
+#include <algorithm>
 #include <cstring>
 #include <numeric>
 #include <utility>
@@ -7,11 +8,14 @@
 namespace scramble {
 namespace {
 
-constexpr std::size_t LargestChunk = std::size_t{2} * 1024 * 1024;
-
-void CopyRest(const Chunk& chunk, const std::byte* from, std::byte* to) {
-  const std::size_t permuted = chunk.sources.size() * SliceLength;
-  if (permuted < chunk.length) std::memcpy(to + permuted, from + permuted, chunk.length - permuted);
+/// Calls `move(offset in the piece, offset in the plain chunk)` for each slice of a piece. Gives the length
+/// of what is left behind them, at a file's end.
+template <typename Move>
+std::size_t ForEachSlice(const Chunk& chunk, std::size_t at, std::size_t length, Move move) {
+  const std::size_t slices = std::min(length / SliceLength, chunk.sources.size() - at / SliceLength);
+  const std::uint32_t* source = chunk.sources.data() + at / SliceLength;
+  for (std::size_t i = 0; i < slices; ++i) move(i * SliceLength, source[i] * SliceLength);
+  return length - slices * SliceLength;
 }
 
 }  // namespace
@@ -26,49 +30,55 @@ std::uint32_t Chunks::NextRandom() {
   return (state_ + 0xC000) & 0xFFFF;
 }
 
-std::optional<Chunk> Chunks::Next() {
+bool Chunks::Next(Chunk& chunk) {
   const std::size_t left = fileLength_ - done_;
-  if (left == 0) return std::nullopt;
+  if (left == 0) return false;
   while (chunkLength_ > left && chunkLength_ >= SliceLength) chunkLength_ /= 2;
   const std::size_t length = chunkLength_ >= SliceLength ? chunkLength_ : left;
 
   const std::size_t slices = length / SliceLength;
   order_.resize(slices);
-  std::vector<std::uint32_t> sources(slices);
+  chunk.sources.resize(slices);
   std::iota(order_.begin(), order_.end(), 0U);
   for (auto i = static_cast<std::uint32_t>(slices); i-- > 0;) {
     const std::uint32_t x = (NextRandom() * i) >> 16;
     std::swap(order_[i], order_[x]);
-    sources[slices - 1 - i] = order_[i];
+    chunk.sources[slices - 1 - i] = order_[i];
   }
-  return Chunk{std::exchange(done_, done_ + length), length, std::move(sources)};
+  chunk.offset = std::exchange(done_, done_ + length);
+  chunk.length = length;
+  return true;
 }
 
-void Scramble(const Chunk& chunk, const std::byte* plain, std::byte* scrambled) {
-  for (std::size_t i = 0; i < chunk.sources.size(); ++i) {
-    std::memcpy(scrambled + i * SliceLength, plain + chunk.sources[i] * SliceLength, SliceLength);
-  }
-  CopyRest(chunk, plain, scrambled);
+void Scramble(const Chunk& chunk, const std::byte* plain, std::size_t at, std::span<std::byte> piece) {
+  const std::size_t rest =
+      ForEachSlice(chunk, at, piece.size(), [&](std::size_t inPiece, std::size_t inPlain) {
+        std::memcpy(piece.data() + inPiece, plain + inPlain, SliceLength);
+      });
+  std::copy_n(plain + at + piece.size() - rest, rest, piece.data() + piece.size() - rest);
 }
 
-void Unscramble(const Chunk& chunk, const std::byte* scrambled, std::byte* plain) {
-  for (std::size_t i = 0; i < chunk.sources.size(); ++i) {
-    std::memcpy(plain + chunk.sources[i] * SliceLength, scrambled + i * SliceLength, SliceLength);
-  }
-  CopyRest(chunk, scrambled, plain);
+void Unscramble(const Chunk& chunk, std::size_t at, std::span<const std::byte> piece, std::byte* plain) {
+  const std::size_t rest =
+      ForEachSlice(chunk, at, piece.size(), [&](std::size_t inPiece, std::size_t inPlain) {
+        std::memcpy(plain + inPlain, piece.data() + inPiece, SliceLength);
+      });
+  std::copy_n(piece.data() + piece.size() - rest, rest, plain + at + piece.size() - rest);
 }
 
 void Scramble(std::span<const std::byte> plain, std::span<std::byte> scrambled) {
   Chunks chunks(plain.size());
-  while (const auto chunk = chunks.Next()) {
-    Scramble(*chunk, plain.data() + chunk->offset, scrambled.data() + chunk->offset);
+  Chunk chunk;
+  while (chunks.Next(chunk)) {
+    Scramble(chunk, plain.data() + chunk.offset, 0, scrambled.subspan(chunk.offset, chunk.length));
   }
 }
 
 void Unscramble(std::span<const std::byte> scrambled, std::span<std::byte> plain) {
   Chunks chunks(plain.size());
-  while (const auto chunk = chunks.Next()) {
-    Unscramble(*chunk, scrambled.data() + chunk->offset, plain.data() + chunk->offset);
+  Chunk chunk;
+  while (chunks.Next(chunk)) {
+    Unscramble(chunk, 0, scrambled.subspan(chunk.offset, chunk.length), plain.data() + chunk.offset);
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <vector>
 
@@ -10,12 +9,13 @@
 namespace scramble {
 
 inline constexpr std::size_t SliceLength = 32;
+inline constexpr std::size_t LargestChunk = std::size_t{2} * 1024 * 1024;
 
 /// A part of a file that is permuted in itself. Slice i of its scrambled form is slice `sources[i]` of its
 /// plain form; without slices the two are the same.
 struct Chunk {
-  std::size_t offset;  ///< in the file, in bytes
-  std::size_t length;  ///< at most 2 MiB
+  std::size_t offset = 0;  ///< in the file, in bytes
+  std::size_t length = 0;  ///< at most `LargestChunk`
   std::vector<std::uint32_t> sources;
 };
 
@@ -24,8 +24,8 @@ class Chunks {
  public:
   explicit Chunks(std::size_t fileLength);
 
-  /// Nothing behind the last one.
-  std::optional<Chunk> Next();
+  /// Fills `chunk` with the next one; false behind the last. The same `chunk` again saves memory.
+  bool Next(Chunk& chunk);
 
  private:
   std::uint32_t NextRandom();
@@ -37,9 +37,12 @@ class Chunks {
   std::vector<std::uint32_t> order_;
 };
 
-/// One chunk, from one buffer into another of its length.
-void Scramble(const Chunk& chunk, const std::byte* plain, std::byte* scrambled);
-void Unscramble(const Chunk& chunk, const std::byte* scrambled, std::byte* plain);
+/// Fills `piece`, what stands at `at` in the chunk's scrambled form, from its plain form. Both `at` and the
+/// piece's length are whole slices, but for a piece that ends where the chunk ends.
+void Scramble(const Chunk& chunk, const std::byte* plain, std::size_t at, std::span<std::byte> piece);
+
+/// The inverse: puts the bytes of such a piece to their places in the chunk's plain form.
+void Unscramble(const Chunk& chunk, std::size_t at, std::span<const std::byte> piece, std::byte* plain);
 
 /// A whole file, from one buffer into another of the same length. Each undoes the other.
 void Scramble(std::span<const std::byte> plain, std::span<std::byte> scrambled);
