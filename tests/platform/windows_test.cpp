@@ -94,7 +94,7 @@ struct SaveCall {
 
 BOOL WINAPI AnswerSave(OPENFILENAMEA* record) {
   saveCall.record.assign(reinterpret_cast<const char*>(record), 76);
-  saveCall.filter.assign(record->lpstrFilter, 39);
+  saveCall.filter.assign(record->lpstrFilter, 47);
   saveCall.file.assign(record->lpstrFile, 255);
   saveCall.title.assign(record->lpstrFileTitle, 255);
   saveCall.caption = record->lpstrTitle;
@@ -119,8 +119,7 @@ TEST(SaveDialog, FillsTheRecordByteForByteAndReadsItsBuffer) {
     EXPECT_EQ(saveCall.record, Bytes32({76, 0, module, pointer(12), 0, 0, 0, pointer(28), 255, pointer(36),
                                         255, 0, pointer(48), 0x1000, 0, pointer(60), 0, 0, 0}));
     EXPECT_NE(module, 0U);
-    EXPECT_EQ(saveCall.filter,
-              std::string("DiscJuggler (*.cdi)\0*.cdi\0All files (*.*)\0*.*\0\0", 48).substr(0, 39));
+    EXPECT_EQ(saveCall.filter, std::string("DiscJuggler (*.cdi)\0*.cdi\0All files (*.*)\0*.*\0\0", 47));
     EXPECT_EQ(saveCall.file, std::string(254, ' ') + '\0');
     EXPECT_EQ(saveCall.title, std::string(254, ' ') + '\0');
     EXPECT_EQ(saveCall.caption, "Save...");
@@ -181,8 +180,10 @@ TEST(Files, HiddenAndSystemFilesNeverMatch) {
   WriteFile(scratch / "a.elf", "");
   for (const DWORD attribute : {FILE_ATTRIBUTE_HIDDEN, FILE_ATTRIBUTE_SYSTEM}) {
     ::SetFileAttributesA((scratch / "a.elf").string().c_str(), static_cast<DWORD>(attribute));
-    const DWORD kept = ::GetFileAttributesA((scratch / "a.elf").string().c_str());
-    EXPECT_EQ(FirstMatch(Wide(scratch / "*.elf")).has_value(), (kept & static_cast<DWORD>(attribute)) == 0);
+    if ((::GetFileAttributesA((scratch / "a.elf").string().c_str()) & static_cast<DWORD>(attribute)) == 0) {
+      GTEST_SKIP() << "this file system keeps no such attribute";
+    }
+    EXPECT_EQ(FirstMatch(Wide(scratch / "*.elf")), std::nullopt);
   }
   ::SetFileAttributesA((scratch / "a.elf").string().c_str(), FILE_ATTRIBUTE_NORMAL);
   EXPECT_EQ(FirstMatch(Wide(scratch / "*.ELF")), L"a.elf") << "whatever the case";

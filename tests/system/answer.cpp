@@ -44,8 +44,8 @@ BOOL CALLBACK Answer(HWND window, LPARAM process) {
   std::printf("%s%s%s\n", hasIcon ? "[icon] " : "", TextOf(text).c_str(),
               caption.empty() ? "" : (" [caption " + caption + "]").c_str());
   std::fflush(stdout);
-  ::SendMessageA(ok, BM_CLICK, 0, 0);
-  while (::IsWindow(window)) ::Sleep(1);
+  ::PostMessageA(window, WM_COMMAND, static_cast<WPARAM>(::GetDlgCtrlID(ok)), 0);
+  for (int waited = 0; ::IsWindow(window) && waited < 5000; ++waited) ::Sleep(1);
   return TRUE;
 }
 

@@ -1,6 +1,7 @@
 #!/usr/bin/perl
 # Drives the dialogs of the built executable by the keyboard, on a virtual display. With PICTURES=FOLDER in the
 # environment it takes a picture of each.
+# The display is its own, so that no key goes astray; MARROWVANE_TEST_DISPLAY says that the present one is for tests.
 # Usage: dialogs_test.pl MARROWVAN STAND_IN [WINE]
 use strict;
 use warnings;
@@ -10,7 +11,9 @@ use File::Temp qw(tempdir);
 use Test::More;
 use Time::HiRes qw(sleep);
 
-exec 'xvfb-run', '-a', '-s', '-screen 0 1100x960x24', $^X, $0, @ARGV if !$ENV{DISPLAY};
+exec 'xvfb-run', '-a', '-s', '-screen 0 1100x960x24', $^X, $0, @ARGV
+    if !$ENV{MARROWVANE_TEST_DISPLAY} && ($ENV{MARROWVANE_TEST_DISPLAY} = 1);
+delete $ENV{WAYLAND_DISPLAY};
 
 my ($marrowvan, $stand_in, $wine) = @ARGV;
 my $exe = $wine ? '.exe' : '';

@@ -13,6 +13,7 @@ use File::Temp qw(tempdir);
 use Test::More;
 
 my ($bin, $elf, $data, $bin_here, $stand_in, $wine, $answer) = map { abs_path($_) } @ARGV;
+die "the Windows image is compared with the other one: build the preset release first\n" if @ARGV > 3 && !-x "$bin_here/marrowvan";
 my $read_cdi = abs_path(dirname($0)) . '/read_cdi.pl';
 my $root = tempdir(CLEANUP => 1);
 chdir $root or die $!;
@@ -114,7 +115,7 @@ subtest 'tools with bad input leave the output as it was' => sub {
     mkdir 'folder';
     my @rows = (['cdi4dc empty.iso', qr/^cdi4dc: empty.iso: .*empty/], ['cdi4dc odd.iso', qr/odd.iso: .*multiple of 2048/],
         ['cdi4dc short.iso', qr/short.iso: no ISO 9660/], ['cdi4dc none.iso', qr/none.iso: no ISO 9660/],
-        ['cdi4dc cut.iso', qr/cut.iso: ends after 17 of .* 18 sectors/], ['cdi4dc nowhere.iso', qr/nowhere.iso: .*not? .*f/i],
+        ['cdi4dc cut.iso', qr/cut.iso: ends after 17 of .* 18 sectors/], ['cdi4dc nowhere.iso', qr/nowhere.iso: .*not? .*f.*[a-z]\n\z/i],
         ['cdi4dc folder', qr/folder: not a file/], ['scramble nowhere.bin', qr/^scramble: nowhere.bin: .*not? .*f/i],
         ['cdi4dc', qr/OUT.cdi is required/], ['scramble --nonsense good.iso', qr/nonsense/]);
     for (@rows) {

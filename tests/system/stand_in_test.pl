@@ -6,6 +6,7 @@ use strict;
 use warnings;
 use File::Copy qw(copy);
 use File::Temp qw(tempdir);
+use POSIX ();
 use Test::More;
 
 my ($marrowvan, $stand_in, $wine, $answer) = @ARGV;
@@ -60,7 +61,7 @@ sub start {
         open STDOUT, '>', '/dev/null';
         open STDERR, '>&', $to;
         become_user($desk);
-        exec "$desk->{app}/marrowvan", @arguments;
+        exec "$desk->{app}/marrowvan", @arguments or POSIX::_exit(127);
     }
     close $to;
     my $said = do { local $/; <$from> } // '';

@@ -44,6 +44,7 @@ inline constexpr std::size_t Size = 188;
 inline constexpr Field IndexCount{0, 2};
 inline constexpr Field Pregap{2, 4};
 inline constexpr Field Length{6, 4};
+inline constexpr Field CdTextBlocks{10, 4};
 inline constexpr Field Mode{16, 4};
 inline constexpr Field Session{24, 4};
 inline constexpr Field Track{28, 4};

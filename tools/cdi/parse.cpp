@@ -58,6 +58,8 @@ Track ReadTrack(Reader& reader, std::uint32_t session, std::uint32_t version) {
   SkipHeader(reader);
   reader.NextBlock(version == Version2 ? TrackSizeVersion2 : track_block::Size);
   if (reader.Get(track_block::IndexCount) != 2) throw FormatError("a track has other than two index lengths");
+  if (reader.Get(track_block::CdTextBlocks) != 0)
+    throw FormatError("a track has CD-Text, which is not read here");
   const std::uint32_t size = reader.Get(track_block::SectorSize);
   return {.session = session,
           .mode = reader.Get(track_block::Mode),
@@ -85,14 +87,14 @@ Image ParseImage(const Source& source) {
   const std::uint32_t version = tail.Get({0, 4});
   const std::uint32_t place = tail.Get({4, 4});
   if (version != Version2 && version != Version3 && version != Version35) {
-    throw FormatError("no DiscJuggler image of version 2, 3 or 3.5 ends like this");
+    throw NoDescriptor("no DiscJuggler image of version 2, 3 or 3.5 ends like this");
   }
 
   if (version == Version35 && place > source.size)
-    throw FormatError("the descriptor is longer than the file");
+    throw NoDescriptor("the descriptor is longer than the file");
   const std::uint64_t offset = version == Version35 ? source.size - place : place;
   if (offset > source.size || source.size - offset > LongestDescriptor) {
-    throw FormatError("the descriptor lies at no possible place");
+    throw NoDescriptor("the descriptor lies at no possible place");
   }
   Reader reader(source.Bytes(offset, static_cast<std::size_t>(source.size - offset)));
 

@@ -25,6 +25,11 @@ struct FormatError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The end of the file is not that of an image.
+struct NoDescriptor : FormatError {
+  using FormatError::FormatError;
+};
+
 struct Track {
   std::uint32_t session;     ///< from 0
   std::uint32_t mode;        ///< see `TrackMode`

@@ -27,6 +27,12 @@ class Progress {
  public:
   explicit Progress(std::uint64_t total) : total_(total), shown_(tools::StandardErrorIsTerminal()) {}
 
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+  ~Progress() {
+    if (percent_ >= 0 && done_ < total_) std::cerr << '\n';  // the reason for it stands on a line of its own
+  }
+
   void Add(std::uint64_t done) {
     if (!shown_) return;
     const std::lock_guard lock(mutex_);

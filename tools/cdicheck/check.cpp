@@ -71,7 +71,7 @@ class Checker {
   Report Run() {
     try {
       report_.image = cdi::ParseImage(source_);
-    } catch (const cdi::FormatError&) {
+    } catch (const cdi::NoDescriptor&) {
       if (!StartsLikeAnImage()) throw;
       Error(
           "The file is truncated: it begins like an image, but the descriptor at its end is missing. Make it "
@@ -214,12 +214,14 @@ class Checker {
   void CheckVolume(const DataTrack& data) {
     try {
       report_.volume = ReadVolume(data);
-    } catch (const cdi::FormatError& error) {
+    } catch (const OutsideTrack& error) {
+      const std::string start = std::to_string(data.Track().start);
       Error("The files cannot be read (" + std::string(error.what()) +
-            "): the volume must be made for the address of "
-            "its track, " +
-            std::to_string(data.Track().start) + " (mkisofs -C 0," + std::to_string(data.Track().start) +
-            ").");
+            "): the volume must be made for the address of " + "its track, " + start + " (mkisofs -C 0," +
+            start + "), and be there as a whole.");
+      return;
+    } catch (const cdi::FormatError& error) {
+      Error("The files cannot be read: " + std::string(error.what()) + ". Make the ISO image again.");
       return;
     }
     if (!bootSector_.empty()) CheckBootFile(data);
@@ -242,6 +244,12 @@ class Checker {
               "letter, capitals included.");
       }
       return;
+    }
+    if (!file->hasVersion) {
+      Error(
+          "The boot file is recorded without the version \";1\", with which the console looks for it. Do not "
+          "have "
+          "mkisofs leave versions out (-N).");
     }
     if (file->size > LargestBootFile) {
       Error("The boot file has " + std::to_string(file->size) + " bytes, but the console has room for " +
@@ -268,7 +276,7 @@ class Checker {
       Error("The boot file is an ELF file. The console needs its raw binary, scrambled.");
       return;
     }
-    constexpr std::size_t shortest = 256;  // of less, neither can be told
+    constexpr std::size_t shortest = 512;  // of less, neither can be told
     if (stored.size() < shortest) return;
     std::vector<std::byte> plain(stored.size());
     scramble::Unscramble(stored, plain);

@@ -29,6 +29,7 @@ struct Record {
   std::uint32_t lba;
   std::uint32_t size;
   bool isFolder;
+  bool hasVersion;
   std::string name;
 };
 
@@ -39,13 +40,17 @@ Record ReadRecord(std::span<const std::byte> record) {
   if (RecordFixedSize + nameLength > record.size())
     throw cdi::FormatError("a folder of the volume is damaged");
   const std::string name = TextOf(record, RecordFixedSize, nameLength);
+  const std::size_t version = name.find(';');
   return {Number(record, 2), Number(record, 10), (static_cast<unsigned>(record[25]) & 2) != 0,
-          name.substr(0, name.find(';'))};
+          version != std::string::npos, name.substr(0, version)};
 }
 
-std::vector<Record> ReadFolder(const DataTrack& track, std::uint32_t lba, std::uint32_t size) {
+/// All folders together have no more than `sectorsLeft` sectors.
+std::vector<Record> ReadFolder(const DataTrack& track, std::uint32_t lba, std::uint32_t size,
+                               std::uint32_t& sectorsLeft) {
   std::vector<Record> records;
-  for (std::uint32_t done = 0; done < size; done += cdi::UserDataSize, ++lba) {
+  for (std::uint64_t done = 0; done < size; done += cdi::UserDataSize, ++lba) {
+    if (sectorsLeft-- == 0) throw cdi::FormatError("the folders of the volume overlap");
     const std::vector<std::byte> sector = track.Sector(lba);
     for (std::size_t at = 0; at < sector.size();) {
       const auto length = static_cast<std::size_t>(sector[at]);
@@ -78,7 +83,7 @@ bool DataTrack::Holds(std::uint32_t lba) const {
 }
 
 std::vector<std::byte> DataTrack::Sector(std::uint32_t lba) const {
-  if (!Holds(lba)) throw cdi::FormatError("sector " + std::to_string(lba) + " lies outside the data track");
+  if (!Holds(lba)) throw OutsideTrack("sector " + std::to_string(lba) + " lies outside the data track");
   const bool plain = track_.sectorSize == cdi::UserDataSize;
   const bool mode2 = track_.mode == static_cast<std::uint32_t>(cdi::TrackMode::Mode2);
   const std::uint64_t before = plain ? 0 : SubheaderOffset() + (mode2 ? cdi::SubheaderSize : 0);
@@ -109,15 +114,16 @@ Volume ReadVolume(const DataTrack& track) {
   std::vector<Folder> folders{{"", root}};
   std::set<std::uint32_t> seen{root.lba};
   std::size_t count = 0;
+  std::uint32_t sectorsLeft = track.Track().length;
   while (!folders.empty()) {
     const Folder folder = std::move(folders.back());
     folders.pop_back();
-    for (const Record& record : ReadFolder(track, folder.record.lba, folder.record.size)) {
+    for (const Record& record : ReadFolder(track, folder.record.lba, folder.record.size, sectorsLeft)) {
       if (++count > MostFiles) throw cdi::FormatError("the volume holds more files than a disc can");
       if (IsSelfOrParent(record)) continue;
       const std::string path = folder.path + record.name;
       if (!record.isFolder) {
-        volume.files.push_back({path, record.lba, record.size});
+        volume.files.push_back({path, record.lba, record.size, record.hasVersion});
       } else if (seen.insert(record.lba).second) {
         folders.push_back({path + "/", record});
       }

@@ -18,7 +18,7 @@ class DataTrack {
   /// True if the file holds the whole sector.
   bool Holds(std::uint32_t lba) const;
 
-  /// A sector's user data. Throws `cdi::FormatError` if the track or the file does not hold it.
+  /// A sector's user data. Throws `OutsideTrack`.
   std::vector<std::byte> Sector(std::uint32_t lba) const;
 
   /// The first `length` bytes of what begins at `lba`.
@@ -36,6 +36,12 @@ struct FileEntry {
   std::string path;  ///< from the root, without a slash in front and without a version
   std::uint32_t lba;
   std::uint32_t size;
+  bool hasVersion;  ///< recorded with ";1" or the like
+};
+
+/// A sector that the track, or the file, does not hold.
+struct OutsideTrack : cdi::FormatError {
+  using FormatError::FormatError;
 };
 
 /// An ISO 9660 volume (ECMA-119).

@@ -40,7 +40,8 @@ class InputFile {
 /// moves there, over an older file, only in `Commit`. Every failure is a `FileError`.
 class OutputFile {
  public:
-  /// Refuses a place where something stands that is no file. A link to a file is followed.
+  /// Refuses a place where something stands that is no file. Where the host has links, one
+  /// to a file is followed.
   explicit OutputFile(const std::string& path);
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;

@@ -89,7 +89,12 @@ OutputFile::~OutputFile() {
 void OutputFile::Reserve(std::uint64_t size) {
   const auto length = static_cast<off_t>(size);
   if (::ftruncate(Descriptor(file_), length) != 0) Fail(path_);
-  if (length > 0 && ::fallocate(Descriptor(file_), 0, 0, length) != 0 && errno != EOPNOTSUPP) Fail(path_);
+  if (length == 0) return;
+  int result = 0;
+  do {
+    result = ::fallocate(Descriptor(file_), 0, 0, length);
+  } while (result != 0 && errno == EINTR);
+  if (result != 0 && errno != EOPNOTSUPP && errno != ENOSYS) Fail(path_);
 }
 
 void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes) {

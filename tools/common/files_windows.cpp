@@ -19,7 +19,8 @@ constexpr std::size_t LargestTransfer = 1 << 30;
   const DWORD length =
       ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, ::GetLastError(),
                        0, reason.data(), static_cast<DWORD>(reason.size()), nullptr);
-  reason.resize(reason.find_last_not_of("\r\n .", length) + 1);
+  reason.resize(length);
+  reason.resize(reason.find_last_not_of("\r\n .") + 1);
   throw FileError(path, reason);
 }
 
@@ -38,6 +39,18 @@ OVERLAPPED At(std::uint64_t offset) {
   place.Offset = static_cast<DWORD>(offset);
   place.OffsetHigh = static_cast<DWORD>(offset >> 32);
   return place;
+}
+
+struct Unfinished {
+  std::string path;
+  HANDLE file;
+} unfinished;
+
+/// For Ctrl-C and the closing of the console.
+BOOL WINAPI RemoveUnfinished(DWORD) {
+  ::CloseHandle(unfinished.file);
+  ::DeleteFileA(unfinished.path.c_str());
+  return FALSE;
 }
 
 bool IsFolder(const std::string& path) {
@@ -80,6 +93,8 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(path), fi
               std::to_string(::GetCurrentProcessId());
   file_ = Open(partPath_, GENERIC_WRITE, 0, CREATE_ALWAYS);
   if (file_ == NoFile) Fail(path_);
+  unfinished = {partPath_, HandleOf(file_)};
+  ::SetConsoleCtrlHandler(RemoveUnfinished, TRUE);
 }
 
 OutputFile::~OutputFile() {

@@ -21,7 +21,9 @@ inline int RunProgram(CLI::App& app, int argc, char** argv, const std::function<
   std::vector<std::string> arguments(argv + 1, argv + argc);
   const auto firstFile =
       std::ranges::find_if(arguments, [](const auto& text) { return !text.starts_with('-'); });
-  if (firstFile != arguments.end()) arguments.insert(firstFile, "--");
+  if (firstFile != arguments.end() && std::find(arguments.begin(), firstFile, "--") == firstFile) {
+    arguments.insert(firstFile, "--");
+  }
   std::ranges::reverse(arguments);  // the order in which the parser takes them
   try {
     app.parse(arguments);

@@ -8,12 +8,15 @@ namespace platform {
 namespace windows {
 
 std::string ToAnsi(const Text& text) {
+  // UTF-8, which may be the code page too, takes no such wishes, and needs none.
+  const bool holdsAll = ::GetACP() == CP_UTF8;
+  const DWORD flags = holdsAll ? 0 : WC_NO_BEST_FIT_CHARS;
+  const char* replacement = holdsAll ? nullptr : "?";
   const int length = static_cast<int>(text.size());
   const int needed =
-      ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), length, nullptr, 0, "?", nullptr);
+      ::WideCharToMultiByte(CP_ACP, flags, text.data(), length, nullptr, 0, replacement, nullptr);
   std::string bytes(static_cast<std::size_t>(needed), '\0');
-  ::WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, text.data(), length, bytes.data(), needed, "?",
-                        nullptr);
+  ::WideCharToMultiByte(CP_ACP, flags, text.data(), length, bytes.data(), needed, replacement, nullptr);
   return bytes;
 }
 

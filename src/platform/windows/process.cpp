@@ -10,10 +10,10 @@ namespace {
 
 static_assert(sizeof(STARTUPINFOA) == 68);
 
-std::string ExecutablePath() {
+Text ExecutablePath() {
   std::array<char, MAX_PATH> path{};
   const DWORD length = ::GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
-  return {path.data(), length};
+  return windows::FromAnsi({path.data(), length});
 }
 
 }  // namespace
@@ -26,13 +26,13 @@ Text RawCommandLine() {
 }
 
 Text AppDir() {
-  const std::string path = ExecutablePath();
-  return windows::FromAnsi(path.substr(0, path.rfind('\\') + 1));
+  const Text path = ExecutablePath();
+  return path.substr(0, path.rfind(PathSeparator) + 1);
 }
 
 Text ExecutableName() {
-  const std::string path = ExecutablePath();
-  return windows::FromAnsi(path.substr(path.rfind('\\') + 1));
+  const Text path = ExecutablePath();
+  return path.substr(path.rfind(PathSeparator) + 1);
 }
 
 Text TempFolder() {

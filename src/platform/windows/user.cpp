@@ -36,8 +36,8 @@ std::optional<Text> AskForFolder(const Text& title) {
   const PIDLIST_ABSOLUTE list = ::SHBrowseForFolderA(&browse);
   if (list == nullptr) return std::nullopt;
 
-  // The call may write as much as MAX_PATH.
-  std::array<char, MAX_PATH> path{};
+  // The call may fill MAX_PATH; one more is the end.
+  std::array<char, MAX_PATH + 1> path{};
   ::SHGetPathFromIDListA(list, path.data());
   ::CoTaskMemFree(list);
   const std::string_view whole(path.data());
