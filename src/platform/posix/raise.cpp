@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "errors/runtime_error.h"
+#include "platform/file_errors.h"
 
 namespace platform::posix {
 
@@ -14,30 +14,30 @@ void Raise(int error) {
     case EILSEQ:
     case ELOOP:
     case ENAMETOOLONG:
-      throw RuntimeError(52, L"Bad file name or number");
+      throw BadFileName();
     case ENOENT:
-      throw RuntimeError(53, L"File not found");
+      throw FileNotFound();
     case EEXIST:
-      throw RuntimeError(58, L"File already exists");
+      throw FileAlreadyExists();
     case ENOSPC:
     case EDQUOT:
-      throw RuntimeError(61, L"Disk full");
+      throw DiskFull();
     case EMFILE:
     case ENFILE:
-      throw RuntimeError(67, L"Too many files");
+      throw TooManyFiles();
     case EBUSY:
     case ETXTBSY:
     case EAGAIN:
-      throw RuntimeError(70, L"Permission denied");
+      throw PermissionDenied();
     case EACCES:
     case EPERM:
     case EROFS:
     case EISDIR:
-      throw RuntimeError(75, L"Path/File access error");
+      throw AccessError();
     case ENOTDIR:
-      throw RuntimeError(76, L"Path not found");
+      throw PathNotFound();
     default:
-      throw RuntimeError(57, L"Device I/O error");
+      throw DeviceError();
   }
 }
 

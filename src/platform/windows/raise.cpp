@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include "errors/runtime_error.h"
+#include "platform/file_errors.h"
 
 namespace platform::windows {
 
@@ -14,31 +14,31 @@ void RaiseLastError() {
     case ERROR_INVALID_NAME:
     case ERROR_BAD_PATHNAME:
     case ERROR_FILENAME_EXCED_RANGE:
-      throw RuntimeError(52, L"Bad file name or number");
+      throw BadFileName();
     case ERROR_FILE_NOT_FOUND:
-      throw RuntimeError(53, L"File not found");
+      throw FileNotFound();
     case ERROR_FILE_EXISTS:
     case ERROR_ALREADY_EXISTS:
-      throw RuntimeError(58, L"File already exists");
+      throw FileAlreadyExists();
     case ERROR_DISK_FULL:
     case ERROR_HANDLE_DISK_FULL:
-      throw RuntimeError(61, L"Disk full");
+      throw DiskFull();
     case ERROR_TOO_MANY_OPEN_FILES:
-      throw RuntimeError(67, L"Too many files");
+      throw TooManyFiles();
     case ERROR_SHARING_VIOLATION:
     case ERROR_LOCK_VIOLATION:
-      throw RuntimeError(70, L"Permission denied");
+      throw PermissionDenied();
     case ERROR_ACCESS_DENIED:
     case ERROR_WRITE_PROTECT:
-      throw RuntimeError(75, L"Path/File access error");
+      throw AccessError();
     case ERROR_PATH_NOT_FOUND:
     case ERROR_INVALID_DRIVE:
     case ERROR_BAD_NETPATH:
     case ERROR_BAD_NET_NAME:
     case ERROR_DIRECTORY:
-      throw RuntimeError(76, L"Path not found");
+      throw PathNotFound();
     default:
-      throw RuntimeError(57, L"Device I/O error");
+      throw DeviceError();
   }
 }
 
