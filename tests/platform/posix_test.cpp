@@ -55,16 +55,6 @@ TEST(Files, MoveAcrossVolumesIsACopyThatNeverOverwrites) {
   EXPECT_FALSE(std::filesystem::exists(there / "folder"));
 }
 
-TEST(Files, NumbersRaisedOnThisHost) {
-  const Scratch scratch;
-  WriteFile(scratch / "file", "x");
-  EXPECT_EQ(Raised([&] { Open(Wide(scratch / "file/file")); }), 76);
-  EXPECT_EQ(Raised([&] { Open(Wide(scratch / std::string(300, 'n'))); }), 52);
-  Open(L"/dev/full");
-  EXPECT_EQ(Raised([] { Write(Bytes("x")); }), 61);
-  Close();
-}
-
 TEST(Files, FirstMatchIsTheSmallestVisibleOne) {
   const Scratch scratch;
   const Text pattern = Wide(scratch.Path()) + L"/*.elf";

@@ -23,7 +23,6 @@ TEST(SectorEncoders, AllGiveTheSameBytes) {
       ASSERT_EQ(stored, expected) << encoder.name << ", round " << round;
     }
   }
-  RecordProperty("encoders", static_cast<int>(encoders.size()));
 }
 
 }  // namespace

@@ -95,13 +95,6 @@ delete C:\Temp\data.iso
   EXPECT_EQ(*RunState.BootFile, L"C:\\games\\demo\\1ST_READ.BIN");
 }
 
-TEST(BuildImage, TickOverflowIsReported) {
-  Prepare();
-  host.ticks = {Highest, Lowest};
-  EXPECT_EQ(fake::Run(), 1);
-  EXPECT_EQ(host.messages, std::vector<Text>{L"[0] Integer overflow."});
-}
-
 TEST(BuildImage, WhicheverOperationFailsTheProgramIsNeverLost) {
   int failures = 0;
   for (int raiseAt = 1;; ++raiseAt) {
