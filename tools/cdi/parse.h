@@ -5,7 +5,6 @@
 #include <functional>
 #include <span>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 #include "cdi/descriptor.h"

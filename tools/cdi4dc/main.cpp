@@ -5,7 +5,6 @@
 #include <iostream>
 #include <limits>
 #include <mutex>
-#include <ranges>
 #include <span>
 #include <string>
 #include <vector>
@@ -74,7 +73,7 @@ std::uint32_t SectorCount(const tools::InputFile& iso) {
 /// do not agree.
 std::uint32_t VolumeSize(std::span<const std::byte> descriptor) {
   const auto both = disc::ReadText(descriptor, volume_descriptor::VolumeSizeInBothOrders);
-  const bool agree = std::ranges::equal(both, both | std::views::reverse);
+  const bool agree = std::equal(both.begin(), both.end(), both.rbegin());
   return agree ? disc::ReadNumber(descriptor, volume_descriptor::VolumeSize) : 0;
 }
 

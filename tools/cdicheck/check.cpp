@@ -1,6 +1,7 @@
 #include "cdicheck/check.h"
 
 #include <algorithm>
+#include <string>
 
 #include "cdi/descriptor.h"
 #include "cdi/image.h"

@@ -1,6 +1,8 @@
 #include "cdicheck/problems.h"
 
 #include <cstddef>
+#include <initializer_list>
+#include <string>
 
 namespace cdicheck {
 
