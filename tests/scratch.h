@@ -4,35 +4,37 @@
 
 #include <filesystem>
 #include <fstream>
-#include <string>
+#include <functional>
+#include <random>
 
-/// A folder of the test's own, empty at its start and gone at its end.
-class Scratch {
- public:
-  explicit Scratch(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
-    static int count = 0;
-    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
-    do {
-      path_ = parent /
-              (std::string(test->test_suite_name()) + "-" + test->name() + "-" + std::to_string(++count));
-    } while (!std::filesystem::create_directory(path_));
+#include "errors/runtime_error.h"
+#include "platform/platform.h"
+
+/// A test that runs in a folder of its own, empty at its start and gone at its end.
+struct Files : testing::Test {
+  const std::filesystem::path scratch =
+      std::filesystem::temp_directory_path() / ("marrowvane-" + std::to_string(std::random_device()()));
+  void SetUp() override {
+    std::filesystem::create_directory(scratch);
+    std::filesystem::current_path(scratch);
   }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  ~Scratch() { std::filesystem::remove_all(path_); }
-
-  const std::filesystem::path& Path() const { return path_; }
-  std::filesystem::path operator/(const std::filesystem::path& name) const { return path_ / name; }
-
- private:
-  std::filesystem::path path_;
+  void TearDown() override {
+    std::filesystem::current_path(scratch.parent_path());
+    std::filesystem::remove_all(scratch);
+  }
 };
-
-inline void WriteFile(const std::filesystem::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
 
 inline std::string ReadFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The number that `operation` raises; 0 if it raises nothing.
+inline int Raised(const std::function<void()>& operation) {
+  try {
+    operation();
+    return 0;
+  } catch (const RuntimeError& error) {
+    return error.Number;
+  }
 }

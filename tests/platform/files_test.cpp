@@ -1,72 +1,57 @@
-#include <gtest/gtest.h>
+#include "scratch.h"
 
-#include "platform/platform.h"
-#include "platform_test.h"
+using namespace platform;
+using namespace std::string_literals;
 
-namespace platform {
-namespace {
-
-TEST(Files, OpenCreatesButNeverTruncates) {
-  const Scratch scratch;
-  Open(Wide(scratch / "new"));
+TEST_F(Files, OpenNeverTruncatesAndReadFillsWhatIsThere) {
+  Open(L"file");
   EXPECT_EQ(Length(), 0U);
-  Write(Bytes("abc"));
-  Write(Bytes("def"));
+  Write(std::as_bytes(std::span("abcdef", 6)));
   Close();
-  Open(Wide(scratch / "new") + L'\0' + L"what stands behind a NUL");
+  Open(L"file\0behind a NUL"s);
   EXPECT_EQ(Length(), 6U);
-  Seek(4);
-  std::string buffer = "....";
-  Read(std::as_writable_bytes(std::span(buffer)));
-  EXPECT_EQ(buffer, "ef..");
+  for (const auto& [position, expected] : {std::pair(100, "...."), {4, "ef.."}, {0, "abcd"}}) {
+    std::string buffer = "....";
+    Seek(position);
+    Read(std::as_writable_bytes(std::span(buffer)));
+    EXPECT_EQ(buffer, expected);
+  }
   Seek(8);
-  Write(Bytes("!"));
+  Write(std::as_bytes(std::span("!", 1)));
   Close();
-  EXPECT_EQ(ReadFile(scratch / "new"), std::string("abcdef\0\0!", 9));
+  EXPECT_EQ(ReadFile("file"), "abcdef\0\0!"s);
 }
 
-TEST(Files, RaisedNumbers) {
-  const Scratch scratch;
-  WriteFile(scratch / "file", "x");
-  EXPECT_EQ(Raised([&] { Open(Wide(scratch / "none" / "file")); }), 76);
-  EXPECT_EQ(Raised([&] { Open(Wide(scratch.Path())); }), 75);
-  EXPECT_EQ(Raised([&] { FileTime(Wide(scratch / "none")); }), 53);
-  EXPECT_EQ(Raised([&] { Remove(Wide(scratch / "none")); }), 53);
-  EXPECT_EQ(Raised([&] { Move(Wide(scratch / "none"), Wide(scratch / "to")); }), 53);
-  EXPECT_EQ(Raised([&] { Move(Wide(scratch / "file"), Wide(scratch / "none" / "to")); }), 76);
+TEST_F(Files, RaiseTheirNumbersAndMoveNeverOverwrites) {
+  std::ofstream("file") << "new";
+  std::ofstream("older") << "older";
+  EXPECT_EQ(Raised([] { Open(L"none/file"); }), 76);
+  EXPECT_EQ(Raised([] { Open(L"."); }), 75);
+  EXPECT_EQ(Raised([] { FileTime(L"none"); }), 53);
+  EXPECT_EQ(Raised([] { ResetAttributes(L"none"); }), 53);
+  EXPECT_EQ(Raised([] { Remove(L"none"); }), 53);
+  EXPECT_EQ(Raised([] { Move(L"none", L"to"); }), 53);
+  EXPECT_EQ(Raised([] { Move(L"file", L"none/to"); }), 76);
+  EXPECT_EQ(Raised([] { Move(L"file", L"older"); }), 58);
+  EXPECT_EQ(ReadFile("file") + ReadFile("older"), "newolder");
+  Move(L"file", L"to");
+  EXPECT_EQ(ReadFile("to"), "new");
+  EXPECT_FALSE(PathExists(L"file"));
+  std::filesystem::permissions("to", std::filesystem::perms::owner_read);
+  ResetAttributes(L"to");
+  Remove(L"to");
+  EXPECT_FALSE(PathExists(L"to"));
 }
 
-TEST(Files, MoveNeverOverwrites) {
-  const Scratch scratch;
-  WriteFile(scratch / "from", "new");
-  WriteFile(scratch / "to", "older");
-  EXPECT_EQ(Raised([&] { Move(Wide(scratch / "from"), Wide(scratch / "to")); }), 58);
-  EXPECT_EQ(ReadFile(scratch / "from") + ReadFile(scratch / "to"), "newolder");
-  std::filesystem::remove(scratch / "to");
-  Move(Wide(scratch / "from"), Wide(scratch / "to"));
-  EXPECT_EQ(ReadFile(scratch / "to"), "new");
-  EXPECT_FALSE(PathExists(Wide(scratch / "from")));
+TEST_F(Files, FirstMatchIsNoFolder) {
+  std::filesystem::create_directories("folder/a.elf");
+  std::ofstream("folder/c d.elf") << "";
+  EXPECT_EQ(FirstMatch(L"folder/*.elf"), L"c d.elf");
+  EXPECT_EQ(FirstMatch(L"none/*.elf"), std::nullopt);
 }
 
-TEST(Files, RemoveTakesAReadOnlyFileOnceItsAttributesAreReset) {
-  const Scratch scratch;
-  WriteFile(scratch / "file", "x");
-  std::filesystem::permissions(scratch / "file", std::filesystem::perms::owner_read);
-  ResetAttributes(Wide(scratch / "file"));
-  Remove(Wide(scratch / "file"));
-  EXPECT_FALSE(PathExists(Wide(scratch / "file")));
+TEST(Text, HasOneByteForEachCharacter) {
+  EXPECT_EQ(ToBytes(L"A\u00E9\u0101 z"), "A\xE9? z");
+  EXPECT_EQ(FromBytes("A\xE9"), L"A\u00E9");
+  EXPECT_EQ(UpperCase(L"az\u00E0\u00F7\u00FE\u00DF.[`{"), L"AZ\u00C0\u00F7\u00DE\u00DF.[`{");
 }
-
-TEST(Files, FirstMatchIsNoFolder) {
-  const Scratch scratch;
-  const Text pattern = Wide(scratch / "*.elf");
-  std::filesystem::create_directories(scratch / "a.elf");
-  WriteFile(scratch / "a.elf" / "b.elf", "");
-  EXPECT_EQ(FirstMatch(pattern), std::nullopt);
-  EXPECT_EQ(FirstMatch(Wide(scratch / "none" / "*.elf")), std::nullopt);
-  WriteFile(scratch / "c d.elf", "");
-  EXPECT_EQ(FirstMatch(pattern), L"c d.elf");
-}
-
-}  // namespace
-}  // namespace platform

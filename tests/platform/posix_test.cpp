@@ -1,127 +1,142 @@
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/posix/encoding.h"
-#include "platform/posix/spawn.h"
-#include "platform_test.h"
+#include <cerrno>
 
-namespace platform {
-namespace {
+#include "platform/posix/encoding.h"
+#include "platform/posix/host_error.h"
+#include "platform/posix/spawn.h"
+#include "scratch.h"
+
+using namespace platform;
+using std::filesystem::perms;
 
 TEST(Encoding, AnyBytesSurviveTheWayInAndOut) {
-  EXPECT_EQ(posix::Widen("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"), L"a\u00E9\u20AC\U0001F600");
-  for (const std::string& bytes :
-       {std::string("plain"), std::string("\x80\xBF\xC0\xAF\xFE\xFF"), std::string("\xC3"),
-        std::string("\xE0\x80\x80"), std::string("\xED\xB2\x80"), std::string("\xF4\x90\x80\x80"),
-        std::string("\xE2\x82 \xC3\xA9"), std::string("\xF0\x9F\x98\x80")}) {
-    EXPECT_EQ(posix::Narrow(posix::Widen(bytes)), bytes);
+  const std::string ends =
+      "\x7F \xC2\x80 \xDF\xBF \xE0\xA0\x80 \xED\x9F\xBF \xEE\x80\x80 \xEF\xBF\xBF "
+      "\xF0\x90\x80\x80 \xF4\x8F\xBF\xBF";
+  EXPECT_EQ(posix::Widen(ends), L"\x7F \x80 \x7FF \x800 \xD7FF \xE000 \xFFFF \x10000 \x10FFFF");
+  EXPECT_EQ(posix::Narrow(posix::Widen(ends)), ends);
+  for (const std::string bytes :
+       {"\x80", "\xC1\xBF", "\xC2", "\xC2\xC0", "\xE0\x9F\xBF", "\xE2\x82", "\xED\xA0\x80", "\xED\xBF\xBF",
+        "\xF0\x8F\xBF\xBF", "\xF0\x9F\x98", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80"}) {
+    Text escaped;
+    for (const char byte : bytes) escaped += static_cast<wchar_t>(0xDC00 + static_cast<unsigned char>(byte));
+    EXPECT_EQ(posix::Widen(bytes), escaped);
+    EXPECT_EQ(posix::Widen(bytes + "/"), escaped + L"/");
+    EXPECT_EQ(posix::Narrow(escaped), bytes);
   }
-  EXPECT_EQ(ToBytes(L"A\u00E9\u20AC\xDC80 z"), "A\xE9?? z");
-  EXPECT_EQ(FromBytes("A\xE9"), L"A\u00E9");
-  EXPECT_EQ(UpperCase(L"az\u00E0\u00F6\u00F7\u00F8\u00FE\u00FF\u00DF\u20AC\u0101.[`{"),
-            L"AZ\u00C0\u00D6\u00F7\u00D8\u00DE\u00FF\u00DF\u20AC\u0101.[`{");
 }
 
-TEST(Files, MoveAcrossVolumesIsACopyThatNeverOverwrites) {
-  const Scratch here;
-  const Scratch there("/dev/shm");
-  struct stat a {
-  }, b{};
-  ASSERT_EQ(::stat(here.Path().c_str(), &a) | ::stat(there.Path().c_str(), &b), 0);
-  ASSERT_NE(a.st_dev, b.st_dev);
-  const auto from = here / "IP.BIN";
-  const auto to = there / "parked";
-  const std::string contents(100'000, 'c');
-  WriteFile(from, contents);
-  ::chmod(from.c_str(), 0666);
-  WriteFile(to, "older");
-  EXPECT_EQ(Raised([&] { Move(Wide(from), Wide(to)); }), 58);
-  EXPECT_EQ(ReadFile(to), "older");
-  const LocalTime time = FileTime(Wide(from));
-  std::filesystem::remove(to);
-  Move(Wide(from), Wide(to));
-  EXPECT_EQ(ReadFile(to), contents);
-  EXPECT_FALSE(std::filesystem::exists(from));
-  EXPECT_EQ(FileTime(Wide(to)), time);
-  EXPECT_EQ(std::filesystem::status(to).permissions(), std::filesystem::perms(0666));
-
-  std::filesystem::create_symlink("parked", there / "link");
-  Move(Wide(there / "link"), Wide(from));
-  EXPECT_EQ(ReadFile(from), contents) << "a link moves as the file that it leads to";
-  std::filesystem::create_directory(here / "folder");
-  EXPECT_EQ(Raised([&] { Move(Wide(here / "folder"), Wide(there / "folder")); }), 75);
-  EXPECT_FALSE(std::filesystem::exists(there / "folder"));
+TEST(Text, HasTheLettersOfIso8859Part1) {
+  EXPECT_EQ(ToBytes(L"\u00FF\u0100\u20AC\xDC80"), "\xFF???");
+  EXPECT_EQ(UpperCase(L"\u00DF\u00E0\u00FE\u00FF\u0101"), L"\u00DF\u00C0\u00DE\u00FF\u0101");
 }
 
-TEST(Files, FirstMatchIsTheSmallestVisibleOne) {
-  const Scratch scratch;
-  const Text pattern = Wide(scratch.Path()) + L"/*.elf";
-  EXPECT_EQ(FirstMatch(pattern), std::nullopt);
-  std::filesystem::create_directory(scratch / "a.elf");
-  WriteFile(scratch / ".b.elf", "");
-  WriteFile(scratch / "c.ELF", "");
-  std::filesystem::create_directory(scratch / "sub");
-  WriteFile(scratch / "sub/d.elf", "");
-  EXPECT_EQ(FirstMatch(pattern), std::nullopt);
-  for (const char* name : {"z.elf", "m\xFFn.elf", "n.elf"}) WriteFile(scratch / name, "");
-  EXPECT_EQ(FirstMatch(pattern), L"m\xDCFFn.elf");
-  EXPECT_EQ(FirstMatch(Wide(scratch / "none/*.elf")), std::nullopt);
+TEST(HostError, HasANumberForEachCause) {
+  const std::pair<int, int> causes[] = {
+      {ENOMEM, 7},  {EINVAL, 52}, {EILSEQ, 52},  {ELOOP, 52},  {ENAMETOOLONG, 52}, {ENOENT, 53},
+      {EIO, 57},    {EPIPE, 57},  {EEXIST, 58},  {ENOSPC, 61}, {EDQUOT, 61},       {EMFILE, 67},
+      {ENFILE, 67}, {EBUSY, 70},  {ETXTBSY, 70}, {EAGAIN, 70}, {EACCES, 75},       {EPERM, 75},
+      {EROFS, 75},  {EISDIR, 75}, {ENOTDIR, 76}};
+  for (const auto& [error, number] : causes) {
+    EXPECT_EQ(Raised([value = error] { posix::RaiseHostError(value); }), number);
+    EXPECT_EQ(Raised([value = error] { posix::RaiseHostErrorOnCreate(value); }),
+              error == ENOENT ? 76 : number);
+  }
 }
 
-TEST(Files, TimesAreInLocalTimeAndFine) {
-  const Scratch scratch;
-  WriteFile(scratch / "file", "x");
-  timespec times[] = {{1'700'000'000, 0}, {1'700'000'000, 123'456'789}};
-  ASSERT_EQ(::utimensat(AT_FDCWD, (scratch / "file").c_str(), times, 0), 0);
+TEST_F(Files, MoveAcrossVolumesIsACopyThatNeverOverwrites) {
+  const std::filesystem::path there = "/dev/shm" / scratch.filename(), parked = there / "parked";
+  std::filesystem::create_directory(there);
+  std::ofstream("IP.BIN") << std::string(100'000, 'c');
+  EXPECT_THROW(std::filesystem::create_hard_link("IP.BIN", parked), std::exception) << "two volumes";
+  std::filesystem::permissions("IP.BIN", perms(0666));
+  std::filesystem::last_write_time("IP.BIN", {});
+  const LocalTime time = FileTime(L"IP.BIN");
+  std::ofstream(parked) << "older";
+  EXPECT_EQ(Raised([&] { Move(L"IP.BIN", parked.wstring()); }), 58);
+  EXPECT_EQ(ReadFile(parked), "older");
+  std::filesystem::remove(parked);
+  Move(L"IP.BIN", parked.wstring());
+  EXPECT_EQ(ReadFile(parked), std::string(100'000, 'c'));
+  EXPECT_FALSE(PathExists(L"IP.BIN"));
+  EXPECT_EQ(FileTime(parked.wstring()), time);
+  EXPECT_EQ(std::filesystem::status(parked).permissions(), perms(0666));
+
+  std::filesystem::create_directory("folder");
+  EXPECT_EQ(Raised([&] { Move(L"folder", (there / "folder").wstring()); }), 75);
+  EXPECT_FALSE(std::filesystem::exists(there / "folder")) << "half a copy does not stay";
+  std::filesystem::remove_all(there);
+}
+
+TEST_F(Files, LinksMoveAndMatchAsTheirFilesAndLeaveThemAsTheyAre) {
+  std::filesystem::create_symlink("nowhere", "b.elf");
+  for (const char* name : {".c.elf", "d.ELF"}) std::ofstream{name};
+  EXPECT_EQ(FirstMatch(L"*.elf"), std::nullopt);
+  for (const char* name : {"x.elf", "z.elf"}) std::ofstream(name) << name;
+  std::filesystem::create_symlink("z.elf", "m\xFFn.elf");
+  EXPECT_EQ(FirstMatch(L"*.elf"), L"m\xDCFFn.elf");
+
+  std::filesystem::permissions("z.elf", perms(0440));
+  ResetAttributes(L"m\xDCFFn.elf");
+  EXPECT_EQ(std::filesystem::status("z.elf").permissions(), perms(0440));
+  ResetAttributes(L"z.elf");
+  EXPECT_EQ(std::filesystem::status("z.elf").permissions(), perms(0640));
+  Move(L"m\xDCFFn.elf", L"moved");
+  EXPECT_TRUE(ReadFile("moved") == "z.elf" && !std::filesystem::is_symlink("moved"));
+  EXPECT_EQ(FirstMatch(L"m*"), L"moved") << "the link is gone";
+}
+
+TEST_F(Files, TimesAreLocalAndTicksCountFromTheStart) {
   ::setenv("TZ", "UTC-3", 1);
   ::tzset();
-  EXPECT_EQ(FileTime(Wide(scratch / "file")).time_since_epoch().count(), 17'000'108'001'234'567);
+  std::ofstream("file") << "x";
+  const timespec times[] = {{0, 0}, {1'700'000'000, 123'456'789}};
+  ASSERT_EQ(::utimensat(AT_FDCWD, "file", times, 0), 0);
+  EXPECT_EQ(FileTime(L"file").time_since_epoch().count(), 17'000'108'001'234'567);
+  const auto clock = [](clockid_t id) {
+    timespec time{};
+    ::clock_gettime(id, &time);
+    return time.tv_sec * 10'000'000 + time.tv_nsec / 100;
+  };
+  const std::int64_t before = clock(CLOCK_REALTIME) + 3 * 36'000'000'000;
+  const std::int64_t present = PresentTime().time_since_epoch().count();
+  EXPECT_TRUE(before <= present && present <= clock(CLOCK_REALTIME) + 3 * 36'000'000'000);
+  const auto start = static_cast<std::uint32_t>(clock(CLOCK_BOOTTIME) / 10'000);
+  const auto ticks = static_cast<std::uint32_t>(TickCount());
+  EXPECT_LE(ticks - start, static_cast<std::uint32_t>(clock(CLOCK_BOOTTIME) / 10'000) - start);
   ::unsetenv("TZ");
-  ::tzset();
 }
 
 TEST(SplitCommandLine, ReadsQuotesAsWindowsProgramsDo) {
-  struct Row {
-    std::string line;
-    std::vector<std::string> items;
-  };
-  const Row rows[] = {
-      {"tool", {"tool"}},
-      {R"("/a b/tool.exe" -o "x y" z)", {"/a b/tool.exe", "-o", "x y", "z"}},
-      {R"("/a\b\" "c\d")", {"/a\\b\\", "c\\d"}},
-      {R"(t "a\\" b)", {"t", "a\\", "b"}},
-      {R"(t "a\" b" c)", {"t", "a\" b", "c"}},
-      {R"(t a\\\"b \\x)", {"t", "a\\\"b", "\\\\x"}},
-      {R"(t -V "" -o)", {"t", "-V", "", "-o"}},
-      {"t  a\tb ", {"t", "a", "b"}},
-      {R"(t a"b c"d "open)", {"t", "ab cd", "open"}},
-      {R"("t)", {"t"}},
-  };
-  for (const Row& row : rows) EXPECT_EQ(posix::SplitCommandLine(row.line), row.items) << row.line;
+  using Items = std::vector<std::string>;
+  EXPECT_EQ(posix::SplitCommandLine(R"("/a b\" "c\d")"), Items({"/a b\\", "c\\d"}));
+  EXPECT_EQ(posix::SplitCommandLine(R"(t "a\\" b)"), Items({"t", "a\\", "b"}));
+  EXPECT_EQ(posix::SplitCommandLine(R"(t a\\\"b \\x "c\" d" \)"),
+            Items({"t", "a\\\"b", "\\\\x", "c\" d", "\\"}));
+  EXPECT_EQ(posix::SplitCommandLine("t\t-V \"\"  a\tb "), Items({"t", "-V", "", "a", "b"}));
+  EXPECT_EQ(posix::SplitCommandLine(R"(t a"b c"d "open e)"), Items({"t", "ab cd", "open e"}));
+  EXPECT_EQ(posix::SplitCommandLine(R"("t)"), Items({"t"}));
 }
 
-TEST(TempFolder, IsPrivateOrNone) {
-  const Scratch scratch;
-  ::setenv("TMPDIR", scratch.Path().c_str(), 1);
-  const auto folder = scratch / ("marrowvan-" + std::to_string(::geteuid()));
-  const Text expected = posix::Widen(folder.native() + "/");
-  EXPECT_EQ(TempFolder(), expected);
-  EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
-  EXPECT_EQ(TempFolder(), expected) << "the second time it is there already";
-
-  std::filesystem::permissions(folder, std::filesystem::perms(0770));
+TEST_F(Files, TempFolderIsPrivateOrNone) {
+  const std::string folder = "marrowvan-" + std::to_string(::geteuid());
+  ::setenv("TMPDIR", "none", 1);
   EXPECT_EQ(TempFolder(), L"");
-  std::filesystem::remove(folder);
-  std::filesystem::create_directory(scratch / "elsewhere");
-  std::filesystem::permissions(scratch / "elsewhere", std::filesystem::perms::owner_all);
-  std::filesystem::create_symlink(scratch / "elsewhere", folder);
-  EXPECT_EQ(TempFolder(), L"");
-  ::setenv("TMPDIR", (scratch / "none").c_str(), 1);
-  EXPECT_EQ(TempFolder(), L"");
+  ::setenv("TMPDIR", ".", 1);
+  EXPECT_EQ(TempFolder(), posix::Widen("./" + folder + "/"));
+  if (::geteuid() == 0) {  // nobody else can give a folder away
+    EXPECT_EQ(::chown(folder.c_str(), 1, 1), 0);
+    EXPECT_EQ(TempFolder(), L"") << "another's";
+    EXPECT_EQ(::chown(folder.c_str(), 0, 0), 0);
+  }
+  std::filesystem::permissions(folder, perms(0710));
+  EXPECT_EQ(TempFolder(), L"") << "one that others may enter";
+  std::filesystem::permissions(folder, perms(0700));
+  std::filesystem::rename(folder, "elsewhere");
+  std::filesystem::create_symlink("elsewhere", folder);
+  EXPECT_EQ(TempFolder(), L"") << "a link";
   ::unsetenv("TMPDIR");
 }
-
-}  // namespace
-}  // namespace platform

@@ -1,97 +1,76 @@
 #include <gtest/gtest.h>
 
+#include "bootfile/locate.h"
 #include "bootsector/write.h"
 #include "fake_platform.h"
+#include "run/run_state.h"
 
-namespace mMain {
-namespace {
-
-using fake::host;
+using namespace mMain;
 using namespace std::string_literals;
+using fake::host;
 
-const Text IpBin = L"C:\\dc\\IP.BIN";
+static const Text IpBin = L"C:\\dc\\IP.BIN";
+static const Text Template = L"C:\\tools\\IP.TMPL";
 
-std::string Filled(std::string text, std::size_t width) {
-  text.resize(width, ' ');
-  return text;
-}
-
-void Prepare(const Text& bootFileName, const Text& options = L"") {
+/// The boot file in a folder of these files whose boot sector has this name; empty if the process ends.
+static Text Located(const std::vector<Text>& names, const std::string& nameInIpBin = "  GaMe.bin      ") {
   fake::Reset();
-  RunState.CommandLine = options;
-  RunState.BootFile = L"C:\\dc\\" + bootFileName;
+  if (!nameInIpBin.empty()) host.files[IpBin] = {std::string(96, 'i') + nameInIpBin + "+"};
+  for (const Text& name : names) host.files[L"C:\\dc\\" + name] = {"x"};
+  RunState.SelfbootDir = L"C:\\dc";
+  const int end = fake::EndOf(LocateBootFile);
+  EXPECT_EQ(end, RunState.BootFile ? 0 : 1);
+  return RunState.BootFile.value_or(L"");
 }
 
-TEST(WriteBootSector, NewFileByteForByte) {
-  struct Row {
-    Text name, options;
-    std::string nameField, maker, title;
+TEST(LocateBootFile, AsksItsThreeSources) {
+  EXPECT_EQ(Located({L"1ST_READ.BIN", L"GaMe.bin"}), L"C:\\dc\\1ST_READ.BIN");
+  EXPECT_EQ(Located({L"1ST_READ.BIN", L"b.elf", L"a.elf"}), L"C:\\dc\\a.elf");
+  EXPECT_EQ(Located({L"GaMe.bin"}), L"C:\\dc\\GaMe.bin");
+  EXPECT_EQ(Located({L"GAME.BIN"}, "GAME.BIN\0\0\0\0\0\0\0\0"s), L"C:\\dc\\GAME.BIN\0\0\0\0\0\0\0\0"s);
+  EXPECT_EQ(Located({L"other.bin"}), L"");
+  EXPECT_EQ(Located({}, ""), L"");
+  EXPECT_TRUE(host.files.empty()) << "looking creates nothing";
+}
+
+/// The boot sector as a run leaves it that found these files.
+static std::string Written(const Text& bootFile, const std::map<Text, fake::File>& files,
+                           const Text& options = L"") {
+  fake::Reset(options);
+  host.files = files;
+  RunState.BootFile = L"C:\\dc\\" + bootFile;
+  const int end = fake::EndOf([] { WriteBootSector(IpBin); });
+  EXPECT_EQ(end, CutAtNul(bootFile).size() > 16 ? 5 : 0);
+  return host.files[IpBin].bytes;
+}
+
+TEST(WriteBootSector, MakesANewFileFromOptionsAndTemplate) {
+  const auto whole = [](std::string fields) {
+    fields.resize(160, ' ');
+    return "SEGA SEGAKATANA SEGA ENTERPRISESB6D8 CD-ROM1/1  JUE     "
+           "E000010 T0000     V1.00020270109        " +
+           fields + std::string(32512, 'b');
   };
-  const Row rows[] = {
-      {L"1ST_READ.BIN", L"", "1ST_READ.BIN", "Tarnfel", "Marrowvane 0.1"},
-      {L"demo.elf", L"--coder Somebody --cdvol My Game", "DEMO.ELF", "Somebody", "My Game"},
-      {L"sixteen-long.elf", L"--coder --cdvol", "SIXTEEN-LONG.ELF", "--coder", "--cdvol"},
-      {L"a.elf", L"--coder 1234567890123456X --cdvol " + Text(129, L't'), "A.ELF", "1234567890123456",
-       std::string(128, 't')},
-      {L"G.BIN\0\0"s, L"", "G.BIN", "Tarnfel", "Marrowvane 0.1"},
-  };
-  for (const Row& row : rows) {
-    Prepare(row.name, row.options);
-    host.files[L"C:\\tools\\IP.TMPL"] = {std::string(256, 'h') + std::string(32512, 'b') + "behind"};
-    WriteBootSector(IpBin);
-    EXPECT_EQ(
-        host.files[IpBin].bytes,
-        "SEGA SEGAKATANA SEGA ENTERPRISESB6D8 CD-ROM1/1  JUE     E000010 T0000     V1.00020270115        "s +
-            Filled(row.nameField, 16) + Filled(row.maker, 16) + Filled(row.title, 128) +
-            std::string(32512, 'b'));
+  const std::map<Text, fake::File> files = {{Template, {std::string(256, 'h') + std::string(32512, 'b')}}};
+  EXPECT_EQ(Written(L"1st_read.bin\0\0"s, files), whole("1ST_READ.BIN    Tarnfel         Marrowvane 0.1"));
+  EXPECT_EQ(Written(L"sixteen-long.elf", files, L"--coder 1234567890123456 --cdvol A"),
+            whole("SIXTEEN-LONG.ELF1234567890123456A"));
+  EXPECT_EQ(Written(L"a.elf", files, L"--coder 1234567890123456X --cdvol " + Text(129, L't')),
+            whole("A.ELF           1234567890123456" + std::string(128, 't')));
+  for (const auto& [length, body] : std::map<int, int>{{256, 0}, {257, 1}, {40000, 32512}}) {
+    EXPECT_EQ(Written(L"a", {{Template, {std::string(length, 'b')}}}).substr(256),
+              std::string(body, 'b') + std::string(32512 - body, '\0'));
   }
 }
 
-TEST(WriteBootSector, TemplateOfAnyLengthGivesAWholeFile) {
-  struct Row {
-    std::size_t length, bodyBytes;
+TEST(WriteBootSector, ChangesTheNameInAnOldFileAndNothingElse) {
+  const auto updated = [](const std::string& old, const Text& bootFile) {
+    return Written(bootFile, {{IpBin, {std::string(96, 'x') + old}}}).substr(96);
   };
-  for (const Row& row :
-       {Row{0, 0}, Row{100, 0}, Row{256, 0}, Row{257, 1}, Row{32767, 32511}, Row{40000, 32512}}) {
-    Prepare(L"1ST_READ.BIN");
-    if (row.length != 0) host.files[L"C:\\tools\\IP.TMPL"] = {std::string(row.length, 'b')};
-    WriteBootSector(IpBin);
-    const std::string& bytes = host.files[IpBin].bytes;
-    EXPECT_TRUE(host.files.contains(L"C:\\tools\\IP.TMPL")) << "a missing one is created empty";
-    EXPECT_EQ(bytes.substr(256), std::string(row.bodyBytes, 'b') + std::string(32512 - row.bodyBytes, '\0'));
-  }
+  EXPECT_EQ(updated("    GAME.BIN    rest", L"game.bin"), "    GAME.BIN    rest");
+  EXPECT_NE(host.files[IpBin].changed, host.now) << "the right name is not written again";
+  EXPECT_EQ(updated("game.bin        rest", L"game.bin"), "GAME.BIN        rest");
+  EXPECT_EQ(updated("A.BIN\0         \0rest"s, L"A.BIN\0         \0"s), "A.BIN           rest");
+  EXPECT_EQ(updated("SIXTEENLONG.BINXrest", L"sixteen-long.bin"), "SIXTEEN-LONG.BINrest");
+  EXPECT_EQ(updated("SIXTEENLONG.BINXrest", L"seventeen-lng.bin"), "SIXTEENLONG.BINXrest");
 }
-
-TEST(WriteBootSector, UpdateChangesTheNameAndNothingElse) {
-  const std::string before(96, 'x');
-  struct Row {
-    std::string old;
-    Text name;
-    std::string updated;
-    bool written;
-  };
-  const Row rows[] = {
-      {before + Filled("GAME.BIN", 16) + "rest", L"game.bin", before + Filled("GAME.BIN", 16) + "rest",
-       false},
-      {before + "    GAME.BIN    " + "rest", L"game.bin", before + "    GAME.BIN    " + "rest", false},
-      {before + Filled("game.bin", 16) + "rest", L"game.bin", before + Filled("GAME.BIN", 16) + "rest", true},
-      {before + "SIXTEENLONG.BINX" + "rest", L"a.bin", before + Filled("A.BIN", 16) + "rest", true},
-      {before + Filled("A.BIN\0"s, 16) + "rest", L"A.BIN", before + Filled("A.BIN", 16) + "rest", true},
-      {before + "A.BIN"s + std::string(11, '\0') + "rest", L"A.BIN" + Text(11, L'\0'),
-       before + Filled("A.BIN", 16) + "rest", true},
-      {"", L"1ST_READ.BIN", std::string(96, '\0') + Filled("1ST_READ.BIN", 16), true},
-      {before + "GAME", L"1ST_READ.BIN", before + Filled("1ST_READ.BIN", 16), true},
-  };
-  for (const Row& row : rows) {
-    Prepare(row.name, L"--coder other --cdvol other");
-    host.files[IpBin] = {row.old};
-    WriteBootSector(IpBin);
-    EXPECT_EQ(host.files[IpBin].bytes, row.updated);
-    const auto opened = std::count(host.trace.begin(), host.trace.end(), L"open " + IpBin);
-    EXPECT_EQ(opened, row.written ? 2 : 1);
-    EXPECT_EQ(host.files.size(), 1U);
-  }
-}
-
-}  // namespace
-}  // namespace mMain

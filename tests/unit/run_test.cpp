@@ -1,100 +1,129 @@
-#include "run/main.h"
-
 #include <gtest/gtest.h>
 
+#include <limits>
+#include <stdexcept>
+
+#include "build/verify.h"
+#include "dialogs/save_dialog.h"
+#include "errors/report.h"
+#include "errors/runtime_error.h"
 #include "fake_platform.h"
+#include "run/command_line.h"
+#include "run/main.h"
+#include "run/run_state.h"
 
-namespace mMain {
-namespace {
-
+using namespace mMain;
+using namespace std::chrono_literals;
 using fake::host;
 
-const Text Usage =
-    L"[0] Marrowvane 0.1\r\nUsage: marrowvan.exe [--cdi <dj_file>] [--dir <sb_dir>] [--cdvol <cd_volume>] "
-    L"[--coder <your_name>]";
-
-using Texts = std::vector<Text>;
-
-TEST(Run, EndsWithTheUsageMessageAloneAndTouchesNothing) {
-  struct Row {
-    Text line;
-    std::optional<Text> folder, file;
-    int status;
-    Texts dialogs;
-  };
-  const Text browse = L"browse Choose the folder to selfboot...";
-  const Row rows[] = {
-      {L"--help --dir C:\\dc --cdi C:\\x.cdi", L"", L"", 0, {}},
-      {L"--dir C:\\a--help", L"", L"", 0, {}},
-      {L"--dir C:\\none --cdi C:\\x.cdi", L"", L"", 1, {}},
-      {L"--dir", L"", L"C:\\x.cdi", 1, {L"save dialog"}},
-      {L"--dir C:\\dc", L"", std::nullopt, 1, {L"save dialog"}},
-      {L"", std::nullopt, L"C:\\x.cdi", 1, {browse}},
-      {L"--dir \"\"", std::nullopt, L"C:\\x.cdi", 1, {browse}},
-      {L"", L"C:\\dc", std::nullopt, 1, {browse, L"save dialog"}},
-      {L"", L"", L"C:\\x.cdi", 1, {browse, L"save dialog"}},
-      {L"--cdi C:\\x.cdi", std::nullopt, std::nullopt, 1, {browse}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(::testing::PrintToString(row.line));
-    fake::Reset(row.line);
-    host.folders = {L"C:\\dc"};
-    host.chosenFolder = row.folder;
-    host.savedFile = row.file;
-    EXPECT_EQ(fake::Run(), row.status);
-    EXPECT_EQ(host.messages, Texts{Usage});
-    Texts expected{L"command line"};
-    expected.insert(expected.end(), row.dialogs.begin(), row.dialogs.end());
-    expected.emplace_back(L"message");
-    EXPECT_EQ(host.trace, expected);
+/// What the options hold, those that are empty left out: "--dir=a;--cdi=x;".
+static Text Options(const Text& raw) {
+  fake::Reset(raw);
+  RunState.CommandLine = ReadCommandLine();
+  Text all;
+  for (const wchar_t* name : {L"--help", L"--dir", L"--cdi", L"--cdvol"}) {
+    if (const Text value = GetOption(name); !value.empty()) all += Text(name) + L"=" + value + L";";
   }
+  return all;
 }
 
-TEST(Run, UsageShowsTheExecutablesPresentName) {
-  fake::Reset(L"--help");
-  host.executable = L"x.EXE";
-  fake::Run();
-  EXPECT_NE(host.messages.at(0).find(L"\r\nUsage: x.exe [--cdi"), Text::npos);
+TEST(GetOption, AnswersByTheGrammarOfTheLine) {
+  const std::map<Text, Text> optionsOf = {
+      {L"", L""},
+      {L"--helpme", L"--help=me;"},
+      {L"  --dir  \"C:\\My  Games\" \t--cdi x y  ", L"--dir=C:\\My  Games \t;--cdi=x y;"},
+      {L"--cdi C:\\a--b\\x.cdi --dir", L"--dir=--dir;--cdi=C:\\a;"},
+      {L"--cdi --cdvol X", L"--cdi=--cdi;--cdvol=X;"},
+      {L"--cdvol my--dir --dir C:\\x", L"--dir=--dir;--cdvol=my;"},
+      {L"--dir \"\"", L""},
+      {L"--DIR C:\\a\r\n--cdi -\nx", L"--cdi=-x;"},
+  };
+  for (const auto& [raw, options] : optionsOf) EXPECT_EQ(Options(raw), options);
+}
+
+TEST(GetOption, PositionsAreSigned16BitNumbers) {
+  const auto filler = [](std::size_t length) { return Text(length, L'x'); };
+  // The first position behind the name is 32767, then 32768.
+  EXPECT_EQ(Options(filler(32761) + L"--dir y"), L"--dir=y;");
+  EXPECT_EQ(fake::EndOf([&] { Options(filler(32762) + L"--dir y"); }), 6);
+  // The two dashes that end the value stand at 32767, then at 32768.
+  EXPECT_EQ(Options(L"--dir " + filler(32759) + L" --x"), L"--dir=" + filler(32759) + L";");
+  EXPECT_EQ(fake::EndOf([&] { Options(L"--dir " + filler(32760) + L" --x"); }), 6);
+}
+
+TEST(FillSaveDialog, TakesNamesOfUpTo254Characters) {
+  const auto fill = [](const Text& name) { return mComDlg::FillSaveDialog(L"", name, L"", 0).fileBuffer; };
+  EXPECT_EQ(fill(L"C:\\a.b\\game.cdi"), L"game.cdi" + Text(246, L' '));
+  EXPECT_EQ(fill(Text(254, L'n')), Text(254, L'n'));
+  EXPECT_EQ(fake::EndOf([&] { fill(Text(255, L'n')); }), 5);
+}
+
+TEST(VerifyStageOutput, AllowsASecondOfAgeForEach60Milliseconds) {
+  constexpr int good = 0, tooOld = 1, overflow = 6, lowest = std::numeric_limits<std::int32_t>::min();
+  const auto end = [](std::chrono::milliseconds age, std::int32_t startTicks, std::int32_t ticks) {
+    fake::Reset();
+    host.now += 500ms;
+    host.ticks = ticks;
+    host.files[L"C:\\out"] = {"", host.now - age};
+    return fake::EndOf([&] { VerifyStageOutput(L"C:\\out", startTicks, L"missing", L"too old"); });
+  };
+  EXPECT_EQ(end(999ms, 0, 59), good);
+  EXPECT_EQ(end(1s, 100, 159), tooOld);
+  EXPECT_EQ(end(1s, 100, 160), good);
+  EXPECT_EQ(end(2s, 0, 119), tooOld);
+  EXPECT_EQ(end(-999ms, 0, -1), tooOld);
+  EXPECT_EQ(end(-1s, 0, -60), good);
+  EXPECT_EQ(end(0s, lowest, -1), good);
+  EXPECT_EQ(end(0s, lowest, 0), overflow);
+  EXPECT_EQ(end(25'000 * 24h, 0, 0), overflow);
+}
+
+static Text Report(const auto& failure) {
+  fake::Reset();
+  try {
+    throw failure;
+  } catch (const std::exception&) {
+    const int end = fake::EndOf(mErrHndl::ReportRuntimeError);
+    EXPECT_EQ(end, host.messages.empty() ? 0 : 1);
+  }
+  return host.messages.empty() ? L"" : host.messages[0];
 }
 
 TEST(ReportRuntimeError, KnownErrorsNeedTheirDescriptionToTheLetter) {
-  struct Row {
-    std::int32_t number;
-    Text description;
-    Texts messages;
-  };
-  const Row rows[] = {
-      {6, L"Overflow", {L"[0] Integer overflow."}},
-      {6, L"Overflow ", {}},
-      {53, L"File not found: zlib.dll", {L"[0] Please install zlib and try again."}},
-      {53, L"File not found", {}},
-      {70, L"Permission denied", {L"[0] File locked by another application"}},
-      {70, L"permission denied", {}},
-      {75, L"Path/File access error", {L"[0] Cannot read/write file - Already in use"}},
-      {58, L"File already exists", {L"[0] Run-time error: '58'\r\n\r\nFile already exists"}},
-      {-5, L"", {L"[0] Run-time error: '-5'\r\n\r\n"}},
-      {76, L"Path not found", {L"[0] Run-time error: '76'\r\n\r\nPath not found"}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.number);
-    fake::Reset(L"--dir C:\\dc --cdi C:\\x.cdi");
-    host.folders = {L"C:\\dc"};
-    host.files[L"C:\\dc\\1ST_READ.BIN"] = {"?"};
-    host.raised = {row.number, row.description};
-    host.raiseAt = 1;
-    EXPECT_EQ(fake::Run(), 1);
-    EXPECT_EQ(host.messages, row.messages);
+  EXPECT_EQ(Report(RuntimeError(6, L"Overflow")), L"[0] Integer overflow.");
+  EXPECT_EQ(Report(RuntimeError(6, L"overflow")), L"");
+  EXPECT_EQ(Report(RuntimeError(53, L"File not found: zlib.dll")), L"[0] Please install zlib and try again.");
+  EXPECT_EQ(Report(std::bad_alloc()), L"[0] Run-time error: '7'\r\n\r\nOut of memory");
+  EXPECT_EQ(Report(std::length_error("")), L"[0] Run-time error: '7'\r\n\r\nOut of memory");
+  EXPECT_EQ(Report(std::exception()), L"[0] Run-time error: '57'\r\n\r\nDevice I/O error");
+}
+
+/// An ELF file, whose targets stand on the command line, and a plain one, whose targets the dialogs give and
+/// beside which an IP.BIN of the user's stands.
+TEST(BuildImage, WhicheverOperationFailsTheProgramIsNeverLost) {
+  for (const bool isElf : {true, false}) {
+    int dropped = -1;  // the last run is one without a failure
+    for (int failAt = 1; failAt == 1 || host.operations >= host.failAt; ++failAt) {
+      SCOPED_TRACE(failAt);
+      fake::Reset(isElf ? L"--dir C:\\dc --cdi C:\\x.cdi" : L"");
+      host.files[L"C:\\x.cdi"] = host.files[L"C:\\Temp\\data.iso"] = {"older"};
+      if (isElf) host.files[L"C:\\dc\\demo.elf"] = {"\177ELF"};
+      if (!isElf) host.files[L"C:\\dc\\1ST_READ.BIN"] = {"PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND"};
+      if (!isElf) host.files[L"C:\\dc\\IP.BIN"] = {std::string(96, 'u')};
+      host.failAt = failAt;
+      const int status = fake::EndOf([] { platform::EndProcess(Main()); });
+
+      const auto isThere = [](const Text& path) { return host.files.contains(path); };
+      EXPECT_TRUE(isThere(L"C:\\dc\\demo.elf") || isThere(L"C:\\dc\\1ST_READ.BIN") ||
+                  isThere(L"C:\\dc\\1ST_READ_scrambled.bin"));
+      const Text bootSector = isThere(L"C:\\tools\\IP.BIN") ? L"C:\\tools\\IP.BIN" : L"C:\\dc\\IP.BIN";
+      EXPECT_TRUE(isElf || host.files[bootSector].bytes.starts_with(std::string(96, 'u')));
+      EXPECT_EQ(host.messages.empty(), status == 0);
+      dropped += status == 0 ? 1 : 0;
+    }
+    EXPECT_EQ(dropped, isElf ? 10 : 7) << "failures go by in deletions alone";
+    EXPECT_TRUE(host.files[L"C:\\x.cdi"].bytes.starts_with("made by \"C:\\tools\\cdi4dc.exe\""));
+    EXPECT_EQ(host.files[L"C:\\dc\\IP.BIN"].bytes.size(), isElf ? 32768U : 112U);
+    EXPECT_FALSE(host.files.contains(L"C:\\Temp\\data.iso"));
   }
 }
-
-TEST(ReportRuntimeError, LibraryExceptionIsMemoryRunningOut) {
-  fake::Reset(L"--dir C:\\dc --cdi C:\\x.cdi");
-  host.folders = {L"C:\\dc"};
-  host.files[L"C:\\dc\\1ST_READ.BIN"] = {"?"};
-  host.tool = [](const Text&) { throw std::length_error(""); };
-  EXPECT_EQ(fake::Run(), 1);
-  EXPECT_EQ(host.messages, Texts{L"[0] Run-time error: '7'\r\n\r\nOut of memory"});
-}
-
-}  // namespace
-}  // namespace mMain
