@@ -9,18 +9,18 @@
 #include "errors/runtime_error.h"
 #include "files/paths.h"
 #include "platform/platform.h"
-#include "run/main.h"
+#include "run/ends.h"
 #include "run/run_state.h"
 
 namespace mMain {
 namespace {
 
 /// The file's bytes live only as long as this call: the tools run without them in memory.
-BootFileKind KindOf(const Text& bootFile) {
+BootFileKind ClassifyFile(const Text& bootFile) {
   platform::Open(bootFile);
   const std::uint64_t length = platform::Length();
-  if (length == 0) throw SubscriptOutOfRange();
-  if (length > std::numeric_limits<std::ptrdiff_t>::max()) throw OutOfMemory();
+  if (length == 0) throw SubscriptOutOfRange;
+  if (length > std::numeric_limits<std::ptrdiff_t>::max()) throw OutOfMemory;
   const auto bytes = std::make_unique<std::byte[]>(static_cast<std::size_t>(length));
   const std::span file(bytes.get(), static_cast<std::size_t>(length));
   platform::Read(file);
@@ -33,17 +33,16 @@ void ConvertElf(const Text& bootFile) {
   const Text rawBinaryPath = AddBackslash(*RunState.TempDir) + L"1ST_READ_UNSCRAMBLED.BIN";
   const Text finalBootPath = AddBackslash(*RunState.SelfbootDir) + L"1ST_READ.BIN";
 
-  mShell::RunAndWait(Quoted(app + L"sh-elf-objcopy.exe") + L" -O binary -R .stack " + Quoted(bootFile) +
-                         L" " + Quoted(rawBinaryPath),
+  mShell::RunAndWait(Quote(app + L"sh-elf-objcopy.exe") + L" -O binary -R .stack " + Quote(bootFile) + L" " +
+                         Quote(rawBinaryPath),
                      mShell::ShowNormal);
   if (!FileExists(rawBinaryPath)) FailAndEnd(L"Unknown error: sh-objcopy failed!");
 
   // Before scramble runs: an ELF file that is itself named 1ST_READ.BIN must not pass for its output.
   ForceDelete(bootFile);
 
-  mShell::RunAndWait(
-      Quoted(app + L"scramble.exe") + L" " + Quoted(rawBinaryPath) + L" " + Quoted(finalBootPath),
-      mShell::ShowNormal);
+  mShell::RunAndWait(Quote(app + L"scramble.exe") + L" " + Quote(rawBinaryPath) + L" " + Quote(finalBootPath),
+                     mShell::ShowNormal);
   if (!FileExists(finalBootPath)) FailAndEnd(L"Unknown error: scramble failed!");
 
   ForceDelete(rawBinaryPath);
@@ -54,9 +53,8 @@ void ScrambleInPlace(const Text& bootFile) {
   const Text app = AddBackslash(platform::AppDir());
   const Text scrambledCopyPath = GetBaseName(bootFile) + L"_scrambled.bin";
 
-  mShell::RunAndWait(
-      Quoted(app + L"scramble.exe") + L" " + Quoted(bootFile) + L" " + Quoted(scrambledCopyPath),
-      mShell::ShowHidden);
+  mShell::RunAndWait(Quote(app + L"scramble.exe") + L" " + Quote(bootFile) + L" " + Quote(scrambledCopyPath),
+                     mShell::ShowHidden);
   if (!FileExists(scrambledCopyPath)) FailAndEnd(L"Unknown error: scramble failed!");
 
   ForceDelete(bootFile);
@@ -69,7 +67,7 @@ void PrepareBootFile() {
   // A name out of an IP.BIN may end in NULs. The host reads up to the first, and so must what is derived
   // here: a name joined behind a NUL would be the boot file itself.
   const Text bootFile = CutAtNul(*RunState.BootFile);
-  switch (KindOf(bootFile)) {
+  switch (ClassifyFile(bootFile)) {
     case BootFileKind::ElfFile:
       return ConvertElf(bootFile);
     case BootFileKind::UnscrambledBinary:

@@ -10,48 +10,46 @@
 #include "files/paths.h"
 #include "platform/platform.h"
 #include "run/command_line.h"
+#include "run/product.h"
 #include "run/run_state.h"
 
 namespace mMain {
 namespace {
 
-struct FieldText {
+struct ConstantField {
   Field field;
-  Text text;
+  const wchar_t* text;
 };
 
 /// The first four characters of `DeviceInfo` are a check value: the CRC-16 (polynomial 0x1021, start 0xFFFF)
 /// of the 16 bytes of `ProductNumber` and `Version`. Who changes those two changes it as well.
-const std::array<FieldText, 7>& ConstantFields() {
-  static const std::array<FieldText, 7> fields{{
-      {HardwareId, L"SEGA SEGAKATANA"},
-      {Maker, L"SEGA ENTERPRISES"},
-      {DeviceInfo, L"B6D8 CD-ROM1/1"},
-      {Areas, L"JUE"},
-      {Peripherals, L"E000010"},
-      {ProductNumber, L"T0000"},
-      {Version, L"V1.000"},
-  }};
-  return fields;
-}
+constexpr std::array<ConstantField, 7> ConstantFields{{
+    {HardwareId, L"SEGA SEGAKATANA"},
+    {Maker, L"SEGA ENTERPRISES"},
+    {DeviceInfo, L"B6D8 CD-ROM1/1"},
+    {Areas, L"JUE"},
+    {Peripherals, L"E000010"},
+    {ProductNumber, L"T0000"},
+    {Version, L"V1.000"},
+}};
 
 /// Present local date in the form "yyyymmdd".
-Text Today() {
+Text FormatToday() {
   const std::chrono::year_month_day date(std::chrono::floor<std::chrono::days>(platform::PresentTime()));
   const auto number = static_cast<int>(date.year()) * 10000 + static_cast<unsigned>(date.month()) * 100 +
                       static_cast<unsigned>(date.day());
   return std::to_wstring(number);
 }
 
-Text OptionOr(const Text& name, const Text& standard) {
+Text GetOptionOr(const Text& name, const Text& standard) {
   const Text value = GetOption(name);
   return value.empty() ? standard : value;
 }
 
 /// The name that belongs into the boot sector. `BootFile` may end in NULs that came out of an older one.
-Text NewBootFileName() {
+Text FormBootFileName() {
   Text name = GetFileName(platform::UpperCase(CutAtNul(*RunState.BootFile)));
-  if (name.size() > BootFileName.width) throw InvalidCall();
+  if (name.size() > BootFileName.width) throw InvalidCall;
   return name;
 }
 
@@ -68,7 +66,7 @@ void WriteField(const Field& field, Text text) {
 
 void UpdateBootSector(const Text& path) {
   const Text storedName = ReadBootFileName(path);
-  const Text newName = NewBootFileName();
+  const Text newName = FormBootFileName();
   if (storedName == newName) return;
 
   platform::Open(path);
@@ -89,14 +87,14 @@ std::vector<std::byte> ReadTemplateBody() {
 }
 
 void CreateBootSector(const Text& path) {
-  const Text releaseDate = Today();
-  const Text coder = OptionOr(L"--coder", L"Tarnfel");
-  const Text title = OptionOr(L"--cdvol", Text(AppTitle) + L" " + AppVersion);
+  const Text releaseDate = FormatToday();
+  const Text coder = GetOptionOr(L"--coder", L"Tarnfel");
+  const Text title = GetOptionOr(L"--cdvol", Text(AppTitle) + L" " + AppVersion);
   const std::vector<std::byte> body = ReadTemplateBody();
-  const Text bootFileName = NewBootFileName();
+  const Text bootFileName = FormBootFileName();
 
   platform::Open(path);
-  for (const FieldText& constant : ConstantFields()) WriteField(constant.field, constant.text);
+  for (const ConstantField& constant : ConstantFields) WriteField(constant.field, constant.text);
   WriteField(ReleaseDate, releaseDate);
   WriteField(BootFileName, bootFileName);
   WriteField(SoftwareMaker, coder);

@@ -13,7 +13,7 @@
 namespace mMain {
 namespace {
 
-Text VolumeName(const Text& selfbootDir) {
+Text ChooseVolumeName(const Text& selfbootDir) {
   const Text option = GetOption(L"--cdvol");
   return option.empty() ? GetFileName(selfbootDir) : option;
 }
@@ -31,21 +31,21 @@ void BuildImage(const Text& selfbootDir) {
   LocateBootFile();
   PrepareBootFile();
   WriteBootSector(bootSectorPath);
-  const Text volumeName = VolumeName(selfbootDir);
+  const Text volumeName = ChooseVolumeName(selfbootDir);
 
   ForceDelete(isoPath);
   // IP.BIN is the image's boot area and must not be one of its files as well.
   platform::Move(bootSectorPath, parkedBootSectorPath);
-  mShell::RunAndWait(Quoted(app + L"mkisofs.exe") + L" -G " + Quoted(parkedBootSectorPath) +
-                         L" -C 0,11702 -J -l -r -V " + Quoted(volumeName) + L" -o " + Quoted(isoPath) + L" " +
-                         Quoted(selfbootDir),
+  mShell::RunAndWait(Quote(app + L"mkisofs.exe") + L" -G " + Quote(parkedBootSectorPath) +
+                         L" -C 0,11702 -J -l -r -V " + Quote(volumeName) + L" -o " + Quote(isoPath) + L" " +
+                         Quote(selfbootDir),
                      mShell::ShowNormal);
   platform::Move(parkedBootSectorPath, bootSectorPath);
   VerifyStageOutput(isoPath, startTicks, L"Unknown error: mkisofs failed!",
                     L"Unknown error: mkisofs ISO time mismatch!");
 
   ForceDelete(cdiFile);
-  mShell::RunAndWait(Quoted(app + L"cdi4dc.exe") + L" " + Quoted(isoPath) + L" " + Quoted(cdiFile),
+  mShell::RunAndWait(Quote(app + L"cdi4dc.exe") + L" " + Quote(isoPath) + L" " + Quote(cdiFile),
                      mShell::ShowNormal);
   VerifyStageOutput(cdiFile, startTicks, L"Unknown error: cdi4dc failed!",
                     L"Unknown error: cdi4dc CDI time mismatch!");

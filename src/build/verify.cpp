@@ -4,21 +4,21 @@
 
 #include "errors/runtime_error.h"
 #include "files/paths.h"
-#include "run/main.h"
+#include "run/ends.h"
 
 namespace mMain {
 
-std::int32_t AgeSeconds(platform::LocalTime file, platform::LocalTime present) {
+std::int32_t GetAgeSeconds(platform::LocalTime file, platform::LocalTime present) {
   // Cut after the subtraction: two times first cut to seconds could lie one second apart for an age of
   // milliseconds, and a quick build would fail now and then.
-  return Checked<std::int32_t>(std::chrono::duration_cast<std::chrono::seconds>(present - file).count());
+  return FitInto<std::int32_t>(std::chrono::duration_cast<std::chrono::seconds>(present - file).count());
 }
 
-std::int32_t ElapsedTicks(std::int32_t startTicks, std::int32_t presentTicks) {
-  return Checked<std::int32_t>(static_cast<std::int64_t>(presentTicks) - startTicks);
+std::int32_t GetElapsedTicks(std::int32_t startTicks, std::int32_t presentTicks) {
+  return FitInto<std::int32_t>(static_cast<std::int64_t>(presentTicks) - startTicks);
 }
 
-double AgeAllowance(std::int32_t elapsedTicks) {
+double GetAgeAllowance(std::int32_t elapsedTicks) {
   return std::floor(static_cast<double>(elapsedTicks) / 60.0);
 }
 
@@ -27,9 +27,9 @@ void VerifyStageOutput(const Text& outputPath, std::int32_t startTicks, const Te
   if (!FileExists(outputPath)) FailAndEnd(missingMessage);
 
   const platform::LocalTime fileTime = platform::FileTime(outputPath);
-  const std::int32_t age = AgeSeconds(fileTime, platform::PresentTime());
-  const std::int32_t elapsed = ElapsedTicks(startTicks, platform::TickCount());
-  if (age > AgeAllowance(elapsed)) FailAndEnd(mismatchMessage);
+  const std::int32_t age = GetAgeSeconds(fileTime, platform::PresentTime());
+  const std::int32_t elapsed = GetElapsedTicks(startTicks, platform::TickCount());
+  if (age > GetAgeAllowance(elapsed)) FailAndEnd(mismatchMessage);
 }
 
 }  // namespace mMain

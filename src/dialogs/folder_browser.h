@@ -1,6 +1,6 @@
 #pragma once
 
-#include "run/run_state.h"
+#include "files/optional_path.h"
 
 namespace mComDlg {
 

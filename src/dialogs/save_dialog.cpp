@@ -22,19 +22,19 @@ std::vector<Text> SplitAtBars(const Text& text) {
   return pieces;
 }
 
-Text FileBuffer(const Text& initialName) {
+Text BuildFileBuffer(const Text& initialName) {
   Text name = mMain::GetFileName(initialName);
-  if (name.size() > BufferLength) throw InvalidCall();
+  if (name.size() > BufferLength) throw InvalidCall;
   name.resize(BufferLength, L' ');
   return name;
 }
 
 }  // namespace
 
-Text FilterList(const Text& filter) {
+Text BuildFilterList(const Text& filter) {
   const Text allFiles = L"All files|*.*";
   const std::vector<Text> pieces = SplitAtBars(filter.empty() ? allFiles : filter + L"|" + allFiles);
-  if (pieces.size() % 2 != 0) throw SubscriptOutOfRange();
+  if (pieces.size() % 2 != 0) throw SubscriptOutOfRange;
 
   Text list;
   for (std::size_t i = 0; i < pieces.size(); i += 2) {
@@ -43,10 +43,10 @@ Text FilterList(const Text& filter) {
   return list;
 }
 
-platform::SaveDialog SaveDialogFor(const Text& filter, const Text& initialName, const Text& title,
-                                   std::uint32_t flags) {
-  return {.filterList = FilterList(filter),
-          .fileBuffer = FileBuffer(initialName),
+platform::SaveDialog FillSaveDialog(const Text& filter, const Text& initialName, const Text& title,
+                                    std::uint32_t flags) {
+  return {.filterList = BuildFilterList(filter),
+          .fileBuffer = BuildFileBuffer(initialName),
           .fileTitle = Text(BufferLength, L' '),
           .title = title,
           .defaultExtension = mMain::GetFileExtension(initialName),
@@ -55,7 +55,7 @@ platform::SaveDialog SaveDialogFor(const Text& filter, const Text& initialName, 
 
 void ShowSaveDialog(mMain::OptionalPath& target, const Text& filter, const Text& initialName,
                     const Text& title, std::uint32_t flags) {
-  target = platform::AskForFileToSave(SaveDialogFor(filter, initialName, title, flags));
+  target = platform::AskForFileToSave(FillSaveDialog(filter, initialName, title, flags));
   if (!target) return;
   std::erase(*target, L'\0');
   target = mMain::TrimSpaces(*target);

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
+#include "files/optional_path.h"
 #include "platform/platform.h"
-#include "run/run_state.h"
 
 namespace mComDlg {
 
@@ -12,15 +12,15 @@ inline constexpr std::uint32_t FileMustExist = 0x1000;
 
 /// `filter`, pairs of description and pattern separated by "|", with the pair for all files behind it, as the
 /// list of NUL-ended entries that the dialog takes. Raises 9 for a description without a pattern.
-Text FilterList(const Text& filter);
+Text BuildFilterList(const Text& filter);
 
 /// The values of a save dialog. Raises 5 if the file-name part of `initialName` has more than 254 characters,
-/// and what `FilterList` raises.
-platform::SaveDialog SaveDialogFor(const Text& filter, const Text& initialName, const Text& title,
-                                   std::uint32_t flags);
+/// and what `BuildFilterList` raises.
+platform::SaveDialog FillSaveDialog(const Text& filter, const Text& initialName, const Text& title,
+                                    std::uint32_t flags);
 
 /// Asks the user for the file to save. `target` receives its full path; a cancel leaves it unset, even if it
-/// was set before. Raises what `SaveDialogFor` raises, before the dialog shows.
+/// was set before. Raises what `FillSaveDialog` raises, before the dialog shows.
 void ShowSaveDialog(mMain::OptionalPath& target, const Text& filter, const Text& initialName,
                     const Text& title, std::uint32_t flags);
 

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "errors/runtime_error.h"
+#include "platform/file_errors.h"
 #include "platform/platform.h"
 
 namespace mErrHndl {
@@ -23,16 +24,18 @@ constexpr std::array<KnownError, 4> KnownErrors{{
     {75, L"Path/File access error", L"Cannot read/write file - Already in use"},
 }};
 
-/// The library's own two exceptions that a run can meet both mean that a buffer could not be had.
-RuntimeError PendingError() {
+/// The library's two exceptions that a run is known to meet both mean that a buffer could not be had.
+RuntimeError GetPendingError() {
   try {
     throw;
   } catch (const RuntimeError& error) {
     return error;
   } catch (const std::bad_alloc&) {
-    return OutOfMemory();
+    return OutOfMemory;
   } catch (const std::length_error&) {
-    return OutOfMemory();
+    return OutOfMemory;
+  } catch (...) {
+    return platform::DeviceError;
   }
 }
 
@@ -44,7 +47,7 @@ RuntimeError PendingError() {
 }  // namespace
 
 void ReportRuntimeError() {
-  const RuntimeError error = PendingError();
+  const RuntimeError error = GetPendingError();
   for (const KnownError& known : KnownErrors) {
     if (error.Number != known.number) continue;
     if (error.Description != known.description) return;

@@ -17,22 +17,14 @@ struct RuntimeError : std::exception {
 };
 
 /// The failures that the logic itself raises; the platform layer raises the others.
-inline RuntimeError InvalidCall() {
-  return {5, L"Invalid procedure call or argument"};
-}
-inline RuntimeError Overflow() {
-  return {6, L"Overflow"};
-}
-inline RuntimeError OutOfMemory() {
-  return {7, L"Out of memory"};
-}
-inline RuntimeError SubscriptOutOfRange() {
-  return {9, L"Subscript out of range"};
-}
+inline const RuntimeError InvalidCall{5, L"Invalid procedure call or argument"};
+inline const RuntimeError Overflow{6, L"Overflow"};
+inline const RuntimeError OutOfMemory{7, L"Out of memory"};
+inline const RuntimeError SubscriptOutOfRange{9, L"Subscript out of range"};
 
 /// `value` as a `Narrow`, such as a signed 16-bit position. Raises 6 if it does not fit.
 template <std::signed_integral Narrow>
-Narrow Checked(std::int64_t value) {
-  if (!std::in_range<Narrow>(value)) throw Overflow();
+Narrow FitInto(std::int64_t value) {
+  if (!std::in_range<Narrow>(value)) throw Overflow;
   return static_cast<Narrow>(value);
 }

@@ -2,22 +2,21 @@
 
 #include "errors/runtime_error.h"
 #include "platform/platform.h"
-#include "run/command_line.h"
 
 namespace mMain {
 namespace {
 
-Text Cleaned(const Text& path) {
+Text Clean(const Text& path) {
   return TrimSpaces(StripLineBreaks(path));
 }
 
 /// `npos` plus 1 is 0: without a `mark`, all of `text` stands behind it.
-Text BehindLast(wchar_t mark, const Text& text) {
+Text TakeBehindLast(wchar_t mark, const Text& text) {
   return text.substr(text.rfind(mark) + 1);
 }
 
 template <typename Operation>
-void DroppingErrors(Operation operation, const Text& path) {
+void DropErrors(Operation operation, const Text& path) {
   try {
     operation(path);
   } catch (const RuntimeError&) {
@@ -32,16 +31,16 @@ Text AddBackslash(const Text& path) {
 }
 
 Text GetFileName(const Text& path) {
-  return BehindLast(platform::PathSeparator, Cleaned(path));
+  return TakeBehindLast(platform::PathSeparator, Clean(path));
 }
 
 Text GetFileExtension(const Text& path) {
-  return BehindLast(L'.', Cleaned(path));
+  return TakeBehindLast(L'.', Clean(path));
 }
 
 Text GetBaseName(const Text& path) {
   if (GetFileName(path).find(L'.') == Text::npos) return path;
-  const Text cleaned = Cleaned(path);
+  const Text cleaned = Clean(path);
   return cleaned.substr(0, cleaned.rfind(L'.'));
 }
 
@@ -50,8 +49,8 @@ bool FileExists(const Text& path) {
 }
 
 void ForceDelete(const Text& path) {
-  DroppingErrors(platform::ResetAttributes, path);
-  DroppingErrors(platform::Remove, path);
+  DropErrors(platform::ResetAttributes, path);
+  DropErrors(platform::Remove, path);
 }
 
 }  // namespace mMain

@@ -2,6 +2,13 @@
 
 namespace mMain {
 
+Text StripLineBreaks(const Text& text) {
+  Text stripped = text;
+  std::erase(stripped, L'\n');
+  std::erase(stripped, L'\r');
+  return stripped;
+}
+
 Text TrimSpaces(const Text& text) {
   const std::size_t first = text.find_first_not_of(L' ');
   if (first == Text::npos) return {};
@@ -12,7 +19,7 @@ Text CutAtNul(const Text& text) {
   return text.substr(0, text.find(L'\0'));
 }
 
-Text Quoted(const Text& text) {
+Text Quote(const Text& text) {
   return L'"' + text + L'"';
 }
 

@@ -7,6 +7,9 @@ using Text = std::wstring;
 
 namespace mMain {
 
+/// `text` without its line feeds and carriage returns; what stood around them joins up.
+Text StripLineBreaks(const Text& text);
+
 /// `text` without the spaces (code 32) at both ends. Tabs and all other characters stay.
 Text TrimSpaces(const Text& text);
 
@@ -14,6 +17,6 @@ Text TrimSpaces(const Text& text);
 Text CutAtNul(const Text& text);
 
 /// `text` between double quotes, as a path stands on a tool's command line. Nothing is escaped.
-Text Quoted(const Text& text);
+Text Quote(const Text& text);
 
 }  // namespace mMain

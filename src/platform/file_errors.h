@@ -6,32 +6,14 @@
 /// letter.
 namespace platform {
 
-inline RuntimeError BadFileName() {
-  return {52, L"Bad file name or number"};
-}
-inline RuntimeError FileNotFound() {
-  return {53, L"File not found"};
-}
-inline RuntimeError DeviceError() {
-  return {57, L"Device I/O error"};
-}
-inline RuntimeError FileAlreadyExists() {
-  return {58, L"File already exists"};
-}
-inline RuntimeError DiskFull() {
-  return {61, L"Disk full"};
-}
-inline RuntimeError TooManyFiles() {
-  return {67, L"Too many files"};
-}
-inline RuntimeError PermissionDenied() {
-  return {70, L"Permission denied"};
-}
-inline RuntimeError AccessError() {
-  return {75, L"Path/File access error"};
-}
-inline RuntimeError PathNotFound() {
-  return {76, L"Path not found"};
-}
+inline const RuntimeError BadFileName{52, L"Bad file name or number"};
+inline const RuntimeError FileNotFound{53, L"File not found"};
+inline const RuntimeError DeviceError{57, L"Device I/O error"};
+inline const RuntimeError FileAlreadyExists{58, L"File already exists"};
+inline const RuntimeError DiskFull{61, L"Disk full"};
+inline const RuntimeError TooManyFiles{67, L"Too many files"};
+inline const RuntimeError PermissionDenied{70, L"Permission denied"};
+inline const RuntimeError AccessError{75, L"Path/File access error"};
+inline const RuntimeError PathNotFound{76, L"Path not found"};
 
 }  // namespace platform

@@ -27,8 +27,8 @@ inline constexpr int StopMessage = 16;
 /// dismissed it. `style` is `PlainMessage` (no icon) or `StopMessage` (the stop icon).
 void ShowMessage(const Text& text, int style);
 
-/// What the folder browser shows: the caption above its tree.
-/// Gives the chosen folder as the host delivers it, NULs behind it included, or nothing on a cancel.
+/// Asks for a folder under the caption `title`. Gives its path, the empty text if the host could not tell it,
+/// or nothing on a cancel.
 std::optional<Text> AskForFolder(const Text& title);
 
 /// The values of one save-file dialog.
@@ -53,11 +53,11 @@ inline constexpr int ExitFailure = 1;
 /// The command line behind the program's own name, as one text.
 Text RawCommandLine();
 
-/// The folder that holds the running executable, with or without a separator at its end. Raises any number
-/// of the list, as `ExecutableName` does.
+/// The folder that holds the running executable, with or without a separator at its end. Raises 57 if the
+/// host does not tell it.
 Text AppDir();
 
-/// The file name of the running executable, with its extension if it has one.
+/// The file name of the running executable, with its extension if it has one. Raises 57 likewise.
 Text ExecutableName();
 
 /// The folder for temporary files, ending in the separator, or the empty text if none can be had.
@@ -92,14 +92,15 @@ Text UpperCase(const Text& text);
 /// True if a file or a folder stands at `path`. Every problem counts as false.
 bool PathExists(const Text& path);
 
-/// Makes a file an ordinary one: not read-only, not hidden. Raises any number of the list.
+/// Makes a file an ordinary one: not read-only, not hidden. Raises 53 if there is none, 75 without the right.
 void ResetAttributes(const Text& path);
 
-/// Deletes a file. Raises any number of the list.
+/// Deletes a file. Raises 53 if there is none, 70 if it is in use, 75 without the right or for a folder.
 void Remove(const Text& path);
 
 /// Moves a file, across volumes too, or what a link leads to. Raises 58 if something stands at `to`, which
-/// stays as it is, and any other number of the list; the file then still stands at `from`.
+/// stays as it is; 53 without a file at `from`, 76 without the folder of `to`, 61, 70, 75. Whatever it
+/// raises, the file still stands at `from`.
 void Move(const Text& from, const Text& to);
 
 /// The bare name of the first entry that matches `pattern`, whose last component is a wildcard. Folders and
@@ -110,7 +111,7 @@ std::optional<Text> FirstMatch(const Text& pattern);
 /// that holds now, so that the difference of their results is a true age.
 using LocalTime = std::chrono::local_time<std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>>;
 
-/// When the file was last changed. Raises any number of the list.
+/// When the file was last changed. Raises 53 if there is none.
 LocalTime FileTime(const Text& path);
 
 LocalTime PresentTime();
@@ -118,22 +119,25 @@ LocalTime PresentTime();
 // The one open file
 
 /// Opens the file for reading and writing, creates it empty if it does not exist and never truncates it; the
-/// position is at the start. At most one file is open at a time. Raises any number of the list.
+/// position is at the start. At most one file is open at a time. Raises 75 for a folder or without the right,
+/// 76 without its folder, 70 if it is in use, 61, 67.
 void Open(const Text& path);
 
-/// The length in bytes.
+/// The length in bytes. Raises 57.
 std::uint64_t Length();
 
-/// Sets the position, in bytes from the start.
+/// Sets the position, in bytes from the start. Raises 57.
 void Seek(std::uint64_t position);
 
 /// Reads from the position on until `buffer` is full or the file ends; what was not read stays as it was.
-/// Raises any number of the list.
+/// Raises 57, and 70 for a locked place.
 void Read(std::span<std::byte> buffer);
 
-/// Writes all of `bytes` at the position, which moves behind them. Raises any number of the list.
+/// Writes all of `bytes` at the position, which moves behind them. Raises 57, 61, and 70 for a locked place.
 void Write(std::span<const std::byte> bytes);
 
+/// Closes the file. Raises 57 or 61 if only now shows that something could not be written; it is closed all
+/// the same.
 void Close();
 
 }  // namespace platform

@@ -15,17 +15,10 @@ constexpr const wchar_t* OptionMark = L"--";
 std::int16_t FindFrom(std::int16_t start, const Text& text, const Text& what) {
   const std::size_t index = text.find(what, static_cast<std::size_t>(start) - 1);
   if (index == Text::npos) return 0;
-  return Checked<std::int16_t>(static_cast<std::int64_t>(index) + 1);
+  return FitInto<std::int16_t>(static_cast<std::int64_t>(index) + 1);
 }
 
 }  // namespace
-
-Text StripLineBreaks(const Text& text) {
-  Text stripped = text;
-  std::erase(stripped, L'\n');
-  std::erase(stripped, L'\r');
-  return stripped;
-}
 
 Text ReadCommandLine() {
   Text line = TrimSpaces(StripLineBreaks(platform::RawCommandLine()));
@@ -40,7 +33,7 @@ Text GetOption(const Text& name) {
   const std::int16_t found = FindFrom(1, line, name);
   if (found == 0) return {};
 
-  const auto start = Checked<std::int16_t>(found + static_cast<std::int64_t>(name.size()));
+  const auto start = FitInto<std::int16_t>(found + static_cast<std::int64_t>(name.size()));
   const Text rest = line.substr(static_cast<std::size_t>(start) - 1);
   if (rest.empty()) return name;
   if (TrimSpaces(rest).starts_with(OptionMark)) return name;

@@ -4,9 +4,6 @@
 
 namespace mMain {
 
-/// `text` without its line feeds and carriage returns; what stood around them joins up.
-Text StripLineBreaks(const Text& text);
-
 /// The process's command line as `GetOption` searches it: no line breaks, trimmed, no double quotes.
 Text ReadCommandLine();
 

@@ -1,16 +1,9 @@
 #pragma once
 
-#include <optional>
-
+#include "files/optional_path.h"
 #include "files/text.h"
 
 namespace mMain {
-
-inline constexpr const wchar_t* AppTitle = L"Marrowvane";
-inline constexpr const wchar_t* AppVersion = L"0.1";
-
-/// A path that is unset, or set and then possibly the empty text.
-using OptionalPath = std::optional<Text>;
 
 struct RunStateRecord {
   Text CommandLine;          ///< the cleaned command line

@@ -4,7 +4,8 @@
 #include "dialogs/save_dialog.h"
 #include "platform/platform.h"
 #include "run/command_line.h"
-#include "run/main.h"
+#include "run/ends.h"
+#include "run/run_state.h"
 
 namespace mMain {
 
@@ -27,10 +28,6 @@ void ResolveTargets() {
 
 void ResolveTempDir() {
   RunState.TempDir = platform::TempFolder();
-}
-
-bool IsPathSet(const OptionalPath& path) {
-  return path.has_value();
 }
 
 }  // namespace mMain

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "run/run_state.h"
-
 namespace mMain {
 
 /// Fills `SelfbootDir` and then `CdiFile`, each from its option or from its dialog. A cancelled dialog ends
@@ -10,8 +8,5 @@ void ResolveTargets();
 
 /// Fills `TempDir` with the folder for temporary files; the empty text if the host has none.
 void ResolveTempDir();
-
-/// True if `path` is set, the empty text included.
-bool IsPathSet(const OptionalPath& path);
 
 }  // namespace mMain

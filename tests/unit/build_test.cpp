@@ -23,9 +23,9 @@ TEST(VerifyStageOutput, AgeIsCutToWholeSecondsAfterTheSubtraction) {
   };
   for (const Row& row : {Row{999, 1000, 0}, Row{999, 1998, 0}, Row{999, 1999, 1}, Row{0, 600'000, 600},
                          Row{1000, 999, 0}, Row{5000, 1000, -4}}) {
-    EXPECT_EQ(AgeSeconds(noon + milliseconds(row.fileMs), noon + milliseconds(row.presentMs)), row.age);
+    EXPECT_EQ(GetAgeSeconds(noon + milliseconds(row.fileMs), noon + milliseconds(row.presentMs)), row.age);
   }
-  EXPECT_THROW(AgeSeconds(noon, noon + std::chrono::years(70)), RuntimeError);
+  EXPECT_THROW(GetAgeSeconds(noon, noon + std::chrono::years(70)), RuntimeError);
 }
 
 TEST(VerifyStageOutput, AllowanceIsASecondForEach60Milliseconds) {
@@ -36,11 +36,11 @@ TEST(VerifyStageOutput, AllowanceIsASecondForEach60Milliseconds) {
   for (const Row& row :
        {Row{0, 59, 59, 0}, Row{0, 60, 60, 1}, Row{100, 6099, 5999, 99}, Row{0, 36000, 36000, 600},
         Row{-1, 0, 1, 0}, Row{Lowest, -1, Highest, 35791394}, Row{50, 0, -50, -1}}) {
-    EXPECT_EQ(ElapsedTicks(row.start, row.present), row.elapsed);
-    EXPECT_EQ(AgeAllowance(row.elapsed), row.allowance);
+    EXPECT_EQ(GetElapsedTicks(row.start, row.present), row.elapsed);
+    EXPECT_EQ(GetAgeAllowance(row.elapsed), row.allowance);
   }
-  EXPECT_THROW(ElapsedTicks(Highest, Lowest), RuntimeError);
-  EXPECT_THROW(ElapsedTicks(Lowest, 0), RuntimeError);
+  EXPECT_THROW(GetElapsedTicks(Highest, Lowest), RuntimeError);
+  EXPECT_THROW(GetElapsedTicks(Lowest, 0), RuntimeError);
 }
 
 void Prepare(const Text& options = L"") {

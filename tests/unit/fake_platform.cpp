@@ -17,7 +17,7 @@ void Count(const Text& what) {
 
 File& Existing(const Text& path) {
   const auto file = host.files.find(mMain::CutAtNul(path));
-  if (file == host.files.end()) throw platform::FileNotFound();
+  if (file == host.files.end()) throw platform::FileNotFound;
   return file->second;
 }
 
@@ -147,7 +147,7 @@ void Remove(const Text& path) {
 void Move(const Text& from, const Text& to) {
   Count(L"move " + from + L" > " + to);
   const File file = Existing(from);
-  if (PathExists(to)) throw FileAlreadyExists();
+  if (PathExists(to)) throw FileAlreadyExists;
   host.files.erase(from);
   host.files[to] = file;
 }
@@ -175,7 +175,7 @@ LocalTime PresentTime() {
 void Open(const Text& path) {
   Count(L"open " + path);
   if (host.open) throw RuntimeError(55, L"two files open at a time");
-  if (host.folders.contains(path)) throw AccessError();
+  if (host.folders.contains(path)) throw AccessError;
   host.open = mMain::CutAtNul(path);
   host.position = 0;
   host.files.try_emplace(*host.open, File{"", host.now});

@@ -1,41 +1,66 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
-/// The descriptor's blocks as data: each field's offset within its block and its width, in bytes.
+#include "disc/bytes.h"
+
+/// The descriptor's blocks as data. A field has a name where its meaning is known; of the others only the
+/// value is, which stands in the table of what each image that is written has in common.
 namespace cdi {
 
-struct Field {
-  std::size_t offset;
-  std::size_t width;
+using disc::Field;
+
+struct FieldValue {
+  Field field;
+  std::uint64_t value;
 };
 
+inline constexpr std::uint32_t Version2 = 0x80000004;
+inline constexpr std::uint32_t Version3 = 0x80000005;
 inline constexpr std::uint32_t Version35 = 0x80000006;
+
+/// What fits on an 80-minute disc, in sectors.
+inline constexpr std::uint32_t DiscCapacity = 360000;
+
+/// In front of everything.
+inline constexpr Field SessionCount{0, 1};
 
 /// One before each session's tracks, and one without tracks as the end mark.
 namespace session_block {
 inline constexpr std::size_t Size = 15;
 inline constexpr Field TrackCount{1, 1};
-inline constexpr Field One{9, 4};
-inline constexpr Field EndMark{13, 2};
+inline constexpr FieldValue Constants[] = {{{9, 4}, 1}, {{13, 2}, 0xFFFF}};
 }  // namespace session_block
 
 /// The start of each track block and of the disc block. It holds the file name, so that its fields lie in
 /// front of the name (offsets from the block's start) or behind it (offsets from the name's end).
 namespace header {
 inline constexpr std::size_t SizeInFront = 17;
-inline constexpr Field LeadMark{0, 4};
-inline constexpr Field LeadNumber{4, 4};
-inline constexpr Field LeadEndMark{8, 4};
 inline constexpr Field TracksOnDisc{15, 1};
 inline constexpr Field NameLength{16, 1};
+inline constexpr std::size_t LongestName = 255;
+inline constexpr FieldValue ConstantsInFront[] = {
+    {{0, 4}, 0x0000FFFF},
+    {{4, 4}, 1},
+    {{8, 4}, 0xFFFFFFFF},
+    {TracksOnDisc, 2},
+};
 
 inline constexpr std::size_t SizeBehind = 31;
-inline constexpr Field Two{11, 1};
-inline constexpr Field Flag{22, 1};
+inline constexpr std::size_t ShortSizeBehind = 23;  ///< where the mark is missing
+inline constexpr Field LongMark{19, 4};
+inline constexpr std::uint32_t LongMarkValue = 0x80000000;
 inline constexpr Field Capacity{23, 4};
 inline constexpr Field Medium{29, 2};
+inline constexpr std::uint32_t CompactDisc = 0x98;
+inline constexpr FieldValue ConstantsBehind[] = {
+    {{11, 1}, 2},
+    {LongMark, LongMarkValue},
+    {Capacity, DiscCapacity},
+    {Medium, CompactDisc},
+};
 }  // namespace header
 
 /// Behind the header of a track block.
@@ -47,21 +72,45 @@ inline constexpr Field Length{6, 4};
 inline constexpr Field CdTextBlocks{10, 4};
 inline constexpr Field Mode{16, 4};
 inline constexpr Field Session{24, 4};
-inline constexpr Field Track{28, 4};
 inline constexpr Field Start{32, 4};
 inline constexpr Field TotalLength{36, 4};
 inline constexpr Field SectorSize{56, 4};
 inline constexpr Field Control{60, 4};
 inline constexpr Field TotalLengthAgain{65, 4};
-inline constexpr Field AllOnes{90, 8};
-inline constexpr Field One{98, 4};
-inline constexpr Field Hex80{102, 4};
-inline constexpr Field Two{106, 4};
-inline constexpr Field Hex10{110, 4};
+inline constexpr Field IsrcValid{85, 4};
 inline constexpr Field SampleRate{114, 4};
-inline constexpr Field HexFF{160, 4};
 inline constexpr Field SessionType{176, 1};
 inline constexpr Field End{184, 4};
+
+inline constexpr std::uint32_t Audio = 0;
+inline constexpr std::uint32_t Mode1 = 1;
+inline constexpr std::uint32_t Mode2 = 2;
+
+/// The sizes that `SectorSize` counts, in bytes.
+inline constexpr std::array<std::uint32_t, 5> SectorSizes{2048, 2336, 2352, 2368, 2448};
+
+inline constexpr FieldValue Constants[] = {
+    {IndexCount, 2},               // pregap and track
+    {{90, 8}, ~std::uint64_t{0}},  // eight bytes FF
+    {{98, 4}, 1},
+    {{102, 4}, 0x80},
+    {{106, 4}, 2},
+    {{110, 4}, 0x10},
+    {SampleRate, 44100},  // Hz
+    {{160, 4}, 0xFFFFFFFF},
+};
+inline constexpr FieldValue AudioTrack[] = {
+    {Mode, Audio},
+    {SectorSize, 2},   // 2352 bytes
+    {Control, 0},      // audio
+    {SessionType, 0},  // CD-DA
+};
+inline constexpr FieldValue DataTrack[] = {
+    {Mode, Mode2},
+    {SectorSize, 1},   // 2336 bytes
+    {Control, 4},      // data
+    {SessionType, 2},  // CD-ROM XA
+};
 }  // namespace track_block
 
 /// Behind the header of the disc block: first what lies in front of the volume name, then what lies behind.
@@ -70,24 +119,16 @@ inline constexpr std::size_t SizeInFront = 5;
 inline constexpr Field DiscSize{0, 4};
 inline constexpr Field NameLength{4, 1};
 
-inline constexpr std::size_t SizeBehind = 42;
-inline constexpr Field One{1, 4};
-inline constexpr Field OneAgain{5, 4};
-inline constexpr Field Version{38, 4};
+inline constexpr std::size_t SizeBehind = 38;
+inline constexpr FieldValue ConstantsBehind[] = {{{1, 4}, 1}, {{5, 4}, 1}};
 }  // namespace disc_block
 
-/// Behind everything: the length of the descriptor, this field included, in version 3.5.
-inline constexpr Field DescriptorOffset{0, 4};
-
-enum class TrackMode : std::uint32_t { Audio = 0, Mode1 = 1, Mode2 = 2 };
-enum class StoredSize : std::uint32_t {
-  Bytes2048 = 0,
-  Bytes2336 = 1,
-  Bytes2352 = 2,
-  Bytes2368 = 3,
-  Bytes2448 = 4
-};
-enum class Control : std::uint32_t { Audio = 0, Data = 4 };
-enum class SessionType : std::uint32_t { CdDa = 0, CdRom = 1, CdRomXa = 2 };
+/// The end of the disc block and of the file.
+namespace file_end {
+inline constexpr std::size_t Size = 8;
+inline constexpr Field Version{0, 4};
+/// In version 3.5 the length of the descriptor, with this field; before, the descriptor's offset in the file.
+inline constexpr Field DescriptorPlace{4, 4};
+}  // namespace file_end
 
 }  // namespace cdi

@@ -17,9 +17,6 @@ inline constexpr std::uint32_t AudioLength = 302;
 /// Lead-out, lead-in and pregap between two sessions take 11400 sectors.
 inline constexpr std::uint32_t DataTrackStart = AudioLength + 11400;
 
-/// What fits on an 80-minute disc.
-inline constexpr std::uint32_t DiscCapacity = 360000;
-
 /// Where the data track's sectors begin in the image, behind the two pregaps and the audio track.
 inline constexpr std::uint64_t DataTrackOffset = std::uint64_t{PregapLength + AudioLength} * AudioSectorSize +
                                                  std::uint64_t{PregapLength} * StoredSectorSize;

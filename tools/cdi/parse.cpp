@@ -1,23 +1,21 @@
 #include "cdi/parse.h"
 
-#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <utility>
+#include <vector>
+
+#include "cdi/descriptor.h"
+#include "disc/bytes.h"
 
 namespace cdi {
 namespace {
 
-constexpr std::uint32_t Version2 = 0x80000004;
-constexpr std::uint32_t Version3 = 0x80000005;
 constexpr std::uint64_t LongestDescriptor = 1 << 20;
-constexpr std::array<std::uint32_t, 5> SectorSizes{2048, 2336, 2352, 2368, 2448};
 
-/// Headers without this word in front of them lack the fields from `header::Capacity` on.
-constexpr Field LongHeaderMark{19, 4};
-constexpr std::uint32_t LongHeader = 0x80000000;
-constexpr std::size_t ShortSizeBehind = 23;
-
-/// In version 2 a track block ends behind the field "ISRC valid", 12 bytes follow it, and a session block has
-/// no zero in front.
-constexpr std::size_t TrackSizeVersion2 = 89 + 12;
+/// In version 2 a track block ends 12 bytes behind this field, and a session block has no zero in front.
+constexpr std::size_t TrackSizeVersion2 = track_block::IsrcValid.offset + track_block::IsrcValid.width + 12;
 
 /// A block of the descriptor, one after the other.
 class Reader {
@@ -34,11 +32,7 @@ class Reader {
   std::uint32_t Get(Field field) const {
     if (field.offset + field.width > bytes_.size() - block_)
       throw FormatError("the descriptor ends within a field");
-    std::uint32_t value = 0;
-    for (std::size_t i = field.width; i-- > 0;) {
-      value = value << 8 | static_cast<std::uint32_t>(bytes_[block_ + field.offset + i]);
-    }
-    return value;
+    return disc::ReadNumber(std::span(bytes_).subspan(block_), field);
   }
 
  private:
@@ -50,8 +44,10 @@ class Reader {
 void SkipHeader(Reader& reader) {
   reader.NextBlock(header::SizeInFront);
   reader.NextBlock(reader.Get(header::NameLength));
-  reader.NextBlock(ShortSizeBehind);
-  if (reader.Get(LongHeaderMark) == LongHeader) reader.NextBlock(header::SizeBehind - ShortSizeBehind);
+  reader.NextBlock(header::ShortSizeBehind);
+  if (reader.Get(header::LongMark) == header::LongMarkValue) {
+    reader.NextBlock(header::SizeBehind - header::ShortSizeBehind);
+  }
 }
 
 Track ReadTrack(Reader& reader, std::uint32_t session, std::uint32_t version) {
@@ -67,7 +63,7 @@ Track ReadTrack(Reader& reader, std::uint32_t session, std::uint32_t version) {
           .length = reader.Get(track_block::Length),
           .total = reader.Get(track_block::TotalLength),
           .start = reader.Get(track_block::Start),
-          .sectorSize = size < SectorSizes.size() ? SectorSizes[size] : 0,
+          .sectorSize = size < track_block::SectorSizes.size() ? track_block::SectorSizes[size] : 0,
           .offset = 0};
 }
 
@@ -81,11 +77,10 @@ std::vector<std::byte> Source::Bytes(std::uint64_t offset, std::size_t length) c
 }
 
 Image ParseImage(const Source& source) {
-  constexpr std::size_t tailSize = 8;
-  if (source.size < tailSize) throw FormatError("the file is too short");
-  const Reader tail(source.Bytes(source.size - tailSize, tailSize));
-  const std::uint32_t version = tail.Get({0, 4});
-  const std::uint32_t place = tail.Get({4, 4});
+  if (source.size < file_end::Size) throw FormatError("the file is too short");
+  const Reader end(source.Bytes(source.size - file_end::Size, file_end::Size));
+  const std::uint32_t version = end.Get(file_end::Version);
+  const std::uint32_t place = end.Get(file_end::DescriptorPlace);
   if (version != Version2 && version != Version3 && version != Version35) {
     throw NoDescriptor("no DiscJuggler image of version 2, 3 or 3.5 ends like this");
   }
@@ -98,9 +93,9 @@ Image ParseImage(const Source& source) {
   }
   Reader reader(source.Bytes(offset, static_cast<std::size_t>(source.size - offset)));
 
-  reader.NextBlock(1);
+  reader.NextBlock(SessionCount.width);
   Image image{.version = version,
-              .sessions = reader.Get({0, 1}),
+              .sessions = reader.Get(SessionCount),
               .descriptorOffset = offset,
               .tracksEnd = 0,
               .tracks = {}};

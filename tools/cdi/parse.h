@@ -1,10 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
 #include <stdexcept>
-#include <string>
 #include <vector>
 
 #include "cdi/descriptor.h"
@@ -32,7 +32,7 @@ struct NoDescriptor : FormatError {
 
 struct Track {
   std::uint32_t session;     ///< from 0
-  std::uint32_t mode;        ///< see `TrackMode`
+  std::uint32_t mode;        ///< `track_block::Audio`, `Mode1` or `Mode2`
   std::uint32_t pregap;      ///< sectors
   std::uint32_t length;      ///< sectors, without the pregap
   std::uint32_t total;       ///< sectors, with the pregap, as the descriptor has it

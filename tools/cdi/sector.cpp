@@ -1,10 +1,14 @@
 #include "cdi/sector.h"
 
-#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <span>
+#include <vector>
 
 #include "cdi/coded_area.h"
+#include "disc/bytes.h"
 
 namespace cdi {
 namespace {
@@ -92,7 +96,7 @@ void EncodePortably(const std::byte* userData, std::byte* stored) {
   PlaceUserData(userData, area.data());
   std::byte* sector = area.data() + HeaderSize;
   const std::uint32_t edc = Edc({sector, EdcOffset});
-  for (std::size_t i = 0; i < 4; ++i) sector[EdcOffset + i] = static_cast<std::byte>(edc >> (8 * i));
+  disc::WriteNumber({sector, StoredSectorSize}, {EdcOffset, 4}, edc);
   WritePParity(area.data());
   WriteQParity(area.data());
   std::memcpy(stored, sector, StoredSectorSize);
@@ -112,7 +116,7 @@ std::uint32_t Edc(std::span<const std::byte> bytes) {
   std::uint32_t edc = 0;
   const auto at = [&](std::size_t i) { return static_cast<std::uint32_t>(bytes[i]); };
   for (; bytes.size() >= 8; bytes = bytes.subspan(8)) {
-    edc ^= at(0) | at(1) << 8 | at(2) << 16 | at(3) << 24;
+    edc ^= disc::ReadNumber(bytes, {0, 4});
     edc = EdcTables[7][edc & 0xFF] ^ EdcTables[6][(edc >> 8) & 0xFF] ^ EdcTables[5][(edc >> 16) & 0xFF] ^
           EdcTables[4][edc >> 24] ^ EdcTables[3][at(4)] ^ EdcTables[2][at(5)] ^ EdcTables[1][at(6)] ^
           EdcTables[0][at(7)];

@@ -1,23 +1,26 @@
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <limits>
 #include <mutex>
+#include <span>
+#include <string>
+#include <vector>
 
+#include "cdi/descriptor.h"
 #include "cdi/image.h"
+#include "cdi/sector.h"
 #include "common/files.h"
 #include "common/program.h"
 #include "common/threads.h"
+#include "disc/bytes.h"
+#include "disc/iso9660.h"
 
 namespace {
 
-/// The ISO 9660 primary volume descriptor and what is read of it (ECMA-119, 8.4).
-constexpr std::size_t VolumeDescriptorSector = 16;
-constexpr std::size_t StandardIdentifierOffset = 1;
-constexpr std::string_view StandardIdentifier = "CD001";
-constexpr std::size_t VolumeNameOffset = 40;
-constexpr std::size_t VolumeNameLength = 32;
-constexpr std::size_t VolumeSizeOffset = 80;
+namespace volume_descriptor = disc::iso9660::volume_descriptor;
 
 /// What one thread works on at a time: little enough to stay in its cache.
 constexpr std::uint32_t SectorsAtOnce = 64;
@@ -58,7 +61,7 @@ std::uint32_t SectorCount(const tools::InputFile& iso) {
     throw tools::FileError(iso.Path(), "no ISO image: its size is no multiple of 2048 bytes");
   }
   const std::uint64_t count = iso.Size() / cdi::UserDataSize;
-  if (count <= VolumeDescriptorSector)
+  if (count <= volume_descriptor::Sector)
     throw tools::FileError(iso.Path(), "no ISO 9660 volume descriptor at sector 16");
   if (count > std::numeric_limits<std::uint32_t>::max() - cdi::DataTrackStart - cdi::PregapLength) {
     throw tools::FileError(iso.Path(), "too large for an image");
@@ -68,30 +71,25 @@ std::uint32_t SectorCount(const tools::InputFile& iso) {
 
 /// The sectors that the volume says it has; 0 if its two notations of the number, one for each byte order,
 /// do not agree.
-std::uint32_t VolumeSize(std::string_view descriptor) {
-  std::uint32_t littleEndian = 0;
-  std::uint32_t bigEndian = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    littleEndian |= static_cast<std::uint32_t>(static_cast<unsigned char>(descriptor[VolumeSizeOffset + i]))
-                    << (8 * i);
-    bigEndian = bigEndian << 8 | static_cast<unsigned char>(descriptor[VolumeSizeOffset + 4 + i]);
-  }
-  return littleEndian == bigEndian ? littleEndian : 0;
+std::uint32_t VolumeSize(std::span<const std::byte> descriptor) {
+  const auto both = disc::ReadText(descriptor, volume_descriptor::VolumeSizeInBothOrders);
+  const bool agree = std::equal(both.begin(), both.end(), both.rbegin());
+  return agree ? disc::ReadNumber(descriptor, volume_descriptor::VolumeSize) : 0;
 }
 
 /// The volume name of an image of `sectors`, which must hold all of its volume: a tool that was stopped
 /// leaves less.
 std::string VolumeName(const tools::InputFile& iso, std::uint32_t sectors) {
-  std::string descriptor(cdi::UserDataSize, '\0');
-  iso.ReadAt(VolumeDescriptorSector * cdi::UserDataSize, std::as_writable_bytes(std::span(descriptor)));
-  if (!descriptor.substr(StandardIdentifierOffset).starts_with(StandardIdentifier)) {
+  std::vector<std::byte> descriptor(cdi::UserDataSize);
+  iso.ReadAt(volume_descriptor::Sector * cdi::UserDataSize, descriptor);
+  if (disc::ReadText(descriptor, volume_descriptor::Identifier) != volume_descriptor::StandardIdentifier) {
     throw tools::FileError(iso.Path(), "no ISO 9660 volume descriptor at sector 16");
   }
   if (VolumeSize(descriptor) > sectors) {
     throw tools::FileError(iso.Path(), "ends after " + std::to_string(sectors) + " of its volume's " +
                                            std::to_string(VolumeSize(descriptor)) + " sectors");
   }
-  return descriptor.substr(VolumeNameOffset, VolumeNameLength);
+  return std::string(disc::ReadText(descriptor, volume_descriptor::VolumeName));
 }
 
 std::string FileName(const std::string& path) {

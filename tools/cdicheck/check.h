@@ -26,18 +26,12 @@ struct HeaderField {
 struct Report {
   std::optional<cdi::Image> image;
   std::vector<HeaderField> bootHeader;
+  std::string bootFile;  ///< the name in the boot header
   std::optional<Volume> volume;
   std::vector<Problem> problems;
 };
 
 /// Never fails because of what it reads: throws `cdi::FormatError` if it is no image at all.
 Report Check(const cdi::Source& source);
-
-/// How much `program` (plain, as it lies in memory) looks like SH-4 code, in percent. Compilers load
-/// addresses from pools of constants near the code. Of these loads, which are easy to find, three in four
-/// give an address of the console in a program; one or two in ten where its slices stand in the wrong order,
-/// and two in a hundred in random bytes. 0 if there are fewer than two. Only the start is looked at, where
-/// the code is.
-int AddressShare(std::span<const std::byte> program);
 
 }  // namespace cdicheck

@@ -1,5 +1,12 @@
+#include <cstddef>
+#include <cstdint>
+#include <iostream>
 #include <nlohmann/json.hpp>
+#include <span>
+#include <string>
 
+#include "cdi/descriptor.h"
+#include "cdi/parse.h"
 #include "cdicheck/check.h"
 #include "common/files.h"
 #include "common/program.h"
@@ -9,7 +16,16 @@ namespace {
 using nlohmann::json;
 
 const char* ModeName(std::uint32_t mode) {
-  return mode == 0 ? "audio" : mode == 1 ? "data, Mode 1" : mode == 2 ? "data, Mode 2" : "unknown";
+  switch (mode) {
+    case cdi::track_block::Audio:
+      return "audio";
+    case cdi::track_block::Mode1:
+      return "data, Mode 1";
+    case cdi::track_block::Mode2:
+      return "data, Mode 2";
+    default:
+      return "unknown";
+  }
 }
 
 const char* SeverityName(cdicheck::Severity severity) {
@@ -17,7 +33,7 @@ const char* SeverityName(cdicheck::Severity severity) {
 }
 
 std::string VersionName(std::uint32_t version) {
-  return version == cdi::Version35 ? "3.5" : std::to_string(version - 0x80000002);
+  return version == cdi::Version2 ? "2" : version == cdi::Version3 ? "3" : "3.5";
 }
 
 void Print(const cdicheck::Report& report) {
@@ -79,9 +95,8 @@ void PrintJson(const cdicheck::Report& report) {
 
 int main(int argc, char** argv) {
   CLI::App app(
-      "Tells what is on a DiscJuggler image, and whether it will boot. Exit status: 0 without problems, 1 "
-      "with "
-      "some, 2 if it is no image.",
+      "Tells what is on a DiscJuggler image, and whether it will boot. "
+      "Exit status: 0 without problems, 1 with some, 2 if it is no image.",
       "cdicheck");
   std::string path;
   bool asJson = false;

@@ -1,30 +1,36 @@
 #include "cdicheck/volume.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <set>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
 
+#include "cdi/descriptor.h"
 #include "cdi/sector.h"
+#include "disc/bytes.h"
+#include "disc/iso9660.h"
 
 namespace cdicheck {
 namespace {
 
+namespace folder_record = disc::iso9660::folder_record;
+namespace volume_descriptor = disc::iso9660::volume_descriptor;
+
 constexpr std::size_t MostFiles = 100'000;
-constexpr std::uint32_t VolumeDescriptorSector = 16;
 
-std::uint32_t Number(std::span<const std::byte> bytes, std::size_t offset) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 4; i-- > 0;) value = value << 8 | static_cast<std::uint32_t>(bytes[offset + i]);
-  return value;
+/// In front of the subheader of a sector that is stored as it lies on the disc.
+constexpr std::uint64_t SyncAndHeaderSize = 16;
+
+/// The text of a field without the blanks at its end.
+std::string TextOf(std::span<const std::byte> block, disc::Field field) {
+  return disc::TrimEnd(disc::ReadText(block, field), " ");
 }
 
-std::string TextOf(std::span<const std::byte> bytes, std::size_t offset, std::size_t length) {
-  const auto part = bytes.subspan(offset, length);
-  std::string text(reinterpret_cast<const char*>(part.data()), part.size());
-  text.resize(text.find_last_not_of(' ') + 1);
-  return text;
-}
-
-/// A record of a folder (ECMA-119, 9.1).
+/// What is kept of a folder's record.
 struct Record {
   std::uint32_t lba;
   std::uint32_t size;
@@ -33,16 +39,18 @@ struct Record {
   std::string name;
 };
 
-constexpr std::size_t RecordFixedSize = 33;
-
 Record ReadRecord(std::span<const std::byte> record) {
-  const auto nameLength = static_cast<std::size_t>(record[32]);
-  if (RecordFixedSize + nameLength > record.size())
+  using namespace folder_record;
+  const disc::Field nameField{NameOffset, disc::ReadNumber(record, NameLength)};
+  if (NameOffset + nameField.width > record.size())
     throw cdi::FormatError("a folder of the volume is damaged");
-  const std::string name = TextOf(record, RecordFixedSize, nameLength);
+  const std::string name = TextOf(record, nameField);
   const std::size_t version = name.find(';');
-  return {Number(record, 2), Number(record, 10), (static_cast<unsigned>(record[25]) & 2) != 0,
-          version != std::string::npos, name.substr(0, version)};
+  return {.lba = disc::ReadNumber(record, FirstSector),
+          .size = disc::ReadNumber(record, Size),
+          .isFolder = (disc::ReadNumber(record, Flags) & FolderFlag) != 0,
+          .hasVersion = version != std::string::npos,
+          .name = name.substr(0, version)};
 }
 
 /// All folders together have no more than `sectorsLeft` sectors.
@@ -53,12 +61,13 @@ std::vector<Record> ReadFolder(const DataTrack& track, std::uint32_t lba, std::u
     if (sectorsLeft-- == 0) throw cdi::FormatError("the folders of the volume overlap");
     const std::vector<std::byte> sector = track.Sector(lba);
     for (std::size_t at = 0; at < sector.size();) {
-      const auto length = static_cast<std::size_t>(sector[at]);
+      const auto left = std::span(sector).subspan(at);
+      const std::size_t length = disc::ReadNumber(left, folder_record::Length);
       if (length == 0) break;  // the rest of the sector is empty
-      if (length < RecordFixedSize || length > sector.size() - at) {
+      if (length < folder_record::NameOffset || length > left.size()) {
         throw cdi::FormatError("a folder of the volume is damaged");
       }
-      records.push_back(ReadRecord(std::span(sector).subspan(at, length)));
+      records.push_back(ReadRecord(left.first(length)));
       at += length;
     }
     if (records.size() > MostFiles) throw cdi::FormatError("a folder of the volume has no end");
@@ -73,7 +82,7 @@ bool IsSelfOrParent(const Record& record) {
 }  // namespace
 
 std::uint64_t DataTrack::SubheaderOffset() const {
-  return track_.sectorSize >= 2352 ? 16 : 0;
+  return track_.sectorSize >= cdi::AudioSectorSize ? SyncAndHeaderSize : 0;
 }
 
 bool DataTrack::Holds(std::uint32_t lba) const {
@@ -85,7 +94,7 @@ bool DataTrack::Holds(std::uint32_t lba) const {
 std::vector<std::byte> DataTrack::Sector(std::uint32_t lba) const {
   if (!Holds(lba)) throw OutsideTrack("sector " + std::to_string(lba) + " lies outside the data track");
   const bool plain = track_.sectorSize == cdi::UserDataSize;
-  const bool mode2 = track_.mode == static_cast<std::uint32_t>(cdi::TrackMode::Mode2);
+  const bool mode2 = track_.mode == cdi::track_block::Mode2;
   const std::uint64_t before = plain ? 0 : SubheaderOffset() + (mode2 ? cdi::SubheaderSize : 0);
   return source_.Bytes(track_.offset + std::uint64_t{lba - track_.start} * track_.sectorSize + before,
                        cdi::UserDataSize);
@@ -102,11 +111,13 @@ std::vector<std::byte> DataTrack::Bytes(std::uint32_t lba, std::size_t length) c
 }
 
 Volume ReadVolume(const DataTrack& track) {
-  const std::vector<std::byte> descriptor = track.Sector(track.Track().start + VolumeDescriptorSector);
-  if (TextOf(descriptor, 1, 5) != "CD001") throw cdi::FormatError("the data track holds no ISO 9660 volume");
-
-  const Record root = ReadRecord(std::span(descriptor).subspan(156, 34));
-  Volume volume{.name = TextOf(descriptor, 40, 32), .rootLba = root.lba, .files = {}};
+  const std::vector<std::byte> descriptor = track.Sector(track.Track().start + volume_descriptor::Sector);
+  if (disc::ReadText(descriptor, volume_descriptor::Identifier) != volume_descriptor::StandardIdentifier) {
+    throw cdi::FormatError("the data track holds no ISO 9660 volume");
+  }
+  constexpr disc::Field rootRecord = volume_descriptor::RootRecord;
+  const Record root = ReadRecord(std::span(descriptor).subspan(rootRecord.offset, rootRecord.width));
+  Volume volume{.name = TextOf(descriptor, volume_descriptor::VolumeName), .rootLba = root.lba, .files = {}};
   struct Folder {
     std::string path;
     Record record;

@@ -5,6 +5,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace tools {
 
@@ -13,13 +14,41 @@ struct FileError : std::runtime_error {
   FileError(const std::string& path, const std::string& reason) : std::runtime_error(path + ": " + reason) {}
 };
 
+/// What the host calls an open file: a descriptor or a handle. It is closed at the end of its life.
+class FileHandle {
+ public:
+  /// Both hosts give -1 for a file that could not be opened.
+  explicit FileHandle(std::intptr_t value = -1) : value_(value) {}
+  FileHandle& operator=(FileHandle&& other) noexcept {
+    std::swap(value_, other.value_);
+    return *this;
+  }
+  ~FileHandle() { Close(); }
+
+  std::intptr_t Value() const { return value_; }
+  bool IsOpen() const { return value_ != -1; }
+
+  /// Closes what is open. False if the host reports a failure then, which may be that of an earlier write.
+  bool Close();
+
+ private:
+  std::intptr_t value_;
+};
+
+/// The file at `path` is removed at the end of its life. An empty path is none.
+struct PartFile {
+  PartFile() = default;
+  PartFile(const PartFile&) = delete;
+  PartFile& operator=(const PartFile&) = delete;
+  ~PartFile();
+
+  std::string path;
+};
+
 /// A file that is read. Every failure is a `FileError`.
 class InputFile {
  public:
   explicit InputFile(const std::string& path);
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
-  ~InputFile();
 
   const std::string& Path() const { return path_; }
 
@@ -32,7 +61,7 @@ class InputFile {
 
  private:
   std::string path_;
-  std::intptr_t file_;  ///< the host's descriptor or handle
+  FileHandle file_;
   std::uint64_t size_ = 0;
 };
 
@@ -40,12 +69,9 @@ class InputFile {
 /// moves there, over an older file, only in `Commit`. Every failure is a `FileError`.
 class OutputFile {
  public:
-  /// Refuses a place where something stands that is no file. Where the host has links, one
-  /// to a file is followed.
+  /// Refuses a place where something stands that is no file. Where the host has links, one to a file is
+  /// followed.
   explicit OutputFile(const std::string& path);
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
-  ~OutputFile();
 
   /// Gives the file its length and, where the host can, its place on the disk. What nobody writes is zero.
   void Reserve(std::uint64_t size);
@@ -53,14 +79,14 @@ class OutputFile {
   /// Several threads may write at a time.
   void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
 
+  /// Fails too if the host reports an earlier failure only when the file is closed.
   void Commit();
 
  private:
   std::string path_;
   std::string target_;
-  std::string partPath_;
-  std::intptr_t file_;  ///< the host's descriptor or handle
-  bool committed_ = false;
+  PartFile part_;
+  FileHandle file_;  // behind the part file, so that it is closed before that is removed
 };
 
 bool StandardErrorIsTerminal();

@@ -1,13 +1,18 @@
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <span>
+#include <string>
 #include <utility>
 
 #include "common/files.h"
@@ -19,8 +24,8 @@ namespace {
   throw FileError(path, std::strerror(errno));
 }
 
-int Descriptor(std::intptr_t file) {
-  return static_cast<int>(file);
+int Descriptor(const FileHandle& file) {
+  return static_cast<int>(file.Value());
 }
 
 /// Where `path` leads, if it is a link; otherwise `path` itself.
@@ -47,16 +52,21 @@ void RemoveOnSignal(const std::string& path) {
 
 }  // namespace
 
+bool FileHandle::Close() {
+  const auto descriptor = static_cast<int>(std::exchange(value_, -1));
+  return descriptor == -1 || ::close(descriptor) == 0;
+}
+
+PartFile::~PartFile() {
+  if (!path.empty()) ::unlink(path.c_str());
+}
+
 InputFile::InputFile(const std::string& path)
     : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
   struct stat status {};
-  if (file_ < 0 || ::fstat(Descriptor(file_), &status) != 0) Fail(path_);
+  if (!file_.IsOpen() || ::fstat(Descriptor(file_), &status) != 0) Fail(path_);
   if (!S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
   size_ = static_cast<std::uint64_t>(status.st_size);
-}
-
-InputFile::~InputFile() {
-  ::close(Descriptor(file_));
 }
 
 void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const {
@@ -71,19 +81,15 @@ void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const 
   }
 }
 
-OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLink(path)), file_(-1) {
+OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLink(path)) {
   struct stat status {};
   if (::stat(target_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
-  partPath_ = target_.substr(0, target_.rfind('/') + 1) + ".part-" + std::to_string(::getpid());
-  ::unlink(partPath_.c_str());  // left by a process that had the same number
-  file_ = ::open(partPath_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  if (file_ < 0) Fail(path_);
-  RemoveOnSignal(partPath_);
-}
-
-OutputFile::~OutputFile() {
-  if (file_ >= 0) ::close(Descriptor(file_));
-  if (!committed_) ::unlink(partPath_.c_str());
+  std::string partPath = target_.substr(0, target_.rfind('/') + 1) + ".part-" + std::to_string(::getpid());
+  ::unlink(partPath.c_str());  // left by a process that had the same number
+  file_ = FileHandle(::open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+  if (!file_.IsOpen()) Fail(path_);
+  part_.path = std::move(partPath);
+  RemoveOnSignal(part_.path);
 }
 
 void OutputFile::Reserve(std::uint64_t size) {
@@ -108,9 +114,8 @@ void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
 }
 
 void OutputFile::Commit() {
-  if (::close(Descriptor(std::exchange(file_, -1))) != 0) Fail(path_);
-  if (::rename(partPath_.c_str(), target_.c_str()) != 0) Fail(path_);
-  committed_ = true;
+  if (!file_.Close() || ::rename(part_.path.c_str(), target_.c_str()) != 0) Fail(path_);
+  part_.path.clear();
 }
 
 const char* const PathSeparators = "/";

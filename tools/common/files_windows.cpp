@@ -1,6 +1,10 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
 #include <utility>
 
 #include "common/files.h"
@@ -24,14 +28,14 @@ constexpr std::size_t LargestTransfer = 1 << 30;
   throw FileError(path, reason);
 }
 
-HANDLE HandleOf(std::intptr_t file) {
-  return reinterpret_cast<HANDLE>(file);
+HANDLE HandleOf(const FileHandle& file) {
+  return reinterpret_cast<HANDLE>(file.Value());
 }
 
-std::intptr_t Open(const std::string& path, DWORD access, DWORD share, DWORD disposition) {
-  return reinterpret_cast<std::intptr_t>(::CreateFileA(path.c_str(), access, share, nullptr, disposition,
-                                                       FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN,
-                                                       nullptr));
+FileHandle Open(const std::string& path, DWORD access, DWORD share, DWORD disposition) {
+  return FileHandle(reinterpret_cast<std::intptr_t>(
+      ::CreateFileA(path.c_str(), access, share, nullptr, disposition,
+                    FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr)));
 }
 
 OVERLAPPED At(std::uint64_t offset) {
@@ -41,15 +45,11 @@ OVERLAPPED At(std::uint64_t offset) {
   return place;
 }
 
-struct Unfinished {
-  std::string path;
-  HANDLE file;
-} unfinished;
+std::string unfinished;
 
-/// For Ctrl-C and the closing of the console.
+/// For Ctrl-C and the closing of the console. The file goes when the process, which has it open, ends.
 BOOL WINAPI RemoveUnfinished(DWORD) {
-  ::CloseHandle(unfinished.file);
-  ::DeleteFileA(unfinished.path.c_str());
+  ::DeleteFileA(unfinished.c_str());
   return FALSE;
 }
 
@@ -58,20 +58,23 @@ bool IsFolder(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-const auto NoFile = reinterpret_cast<std::intptr_t>(INVALID_HANDLE_VALUE);
-
 }  // namespace
+
+bool FileHandle::Close() {
+  const auto handle = reinterpret_cast<HANDLE>(std::exchange(value_, -1));
+  return handle == INVALID_HANDLE_VALUE || ::CloseHandle(handle);
+}
+
+PartFile::~PartFile() {
+  if (!path.empty()) ::DeleteFileA(path.c_str());
+}
 
 InputFile::InputFile(const std::string& path)
     : path_(path), file_(Open(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING)) {
   if (IsFolder(path_)) throw FileError(path_, "not a file");
   LARGE_INTEGER size{};
-  if (file_ == NoFile || !::GetFileSizeEx(HandleOf(file_), &size)) Fail(path_);
+  if (!file_.IsOpen() || !::GetFileSizeEx(HandleOf(file_), &size)) Fail(path_);
   size_ = static_cast<std::uint64_t>(size.QuadPart);
-}
-
-InputFile::~InputFile() {
-  ::CloseHandle(HandleOf(file_));
 }
 
 void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const {
@@ -87,20 +90,15 @@ void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const 
   }
 }
 
-OutputFile::OutputFile(const std::string& path) : path_(path), target_(path), file_(NoFile) {
+OutputFile::OutputFile(const std::string& path) : path_(path), target_(path) {
   if (IsFolder(target_)) throw FileError(path_, "not a file");
-  partPath_ = target_.substr(0, target_.find_last_of(PathSeparators) + 1) + ".part-" +
-              std::to_string(::GetCurrentProcessId());
-  file_ = Open(partPath_, GENERIC_WRITE, 0, CREATE_ALWAYS);
-  if (file_ == NoFile) Fail(path_);
-  unfinished = {partPath_, HandleOf(file_)};
+  std::string partPath = target_.substr(0, target_.find_last_of(PathSeparators) + 1) + ".part-" +
+                         std::to_string(::GetCurrentProcessId());
+  file_ = Open(partPath, GENERIC_WRITE, FILE_SHARE_DELETE, CREATE_ALWAYS);
+  if (!file_.IsOpen()) Fail(path_);
+  part_.path = std::move(partPath);
+  unfinished = part_.path;
   ::SetConsoleCtrlHandler(RemoveUnfinished, TRUE);
-}
-
-OutputFile::~OutputFile() {
-  if (committed_) return;
-  ::CloseHandle(HandleOf(file_));
-  ::DeleteFileA(partPath_.c_str());
 }
 
 void OutputFile::Reserve(std::uint64_t size) {
@@ -122,9 +120,9 @@ void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
 }
 
 void OutputFile::Commit() {
-  if (!::CloseHandle(HandleOf(std::exchange(file_, NoFile)))) Fail(path_);
-  if (!::MoveFileExA(partPath_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) Fail(path_);
-  committed_ = true;
+  if (!file_.Close() || !::MoveFileExA(part_.path.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING))
+    Fail(path_);
+  part_.path.clear();
 }
 
 bool StandardErrorIsTerminal() {

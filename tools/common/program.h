@@ -8,14 +8,14 @@
 #include <string>
 #include <vector>
 
-namespace tools {
+#include "version.h"
 
-inline constexpr const char* Version = "0.1";
+namespace tools {
 
 /// Reads the arguments that `app` declares and does `work`. Gives the exit status: 0, or 1 with the reason on
 /// standard error.
 inline int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& work) {
-  app.set_version_flag("--version", app.get_name() + " " + Version);
+  app.set_version_flag("--version", app.get_name() + " " + ProductVersion);
   app.allow_windows_style_options(false);
   // Options stand in front: what follows the first file name is a file name, whatever it begins with.
   std::vector<std::string> arguments(argv + 1, argv + argc);

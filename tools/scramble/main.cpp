@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <mutex>
+#include <span>
+#include <string>
 #include <utility>
 #include <vector>
 

@@ -1,8 +1,11 @@
 #include "scramble/permutation.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <numeric>
+#include <span>
 #include <utility>
 
 namespace scramble {

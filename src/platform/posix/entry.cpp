@@ -10,9 +10,9 @@ namespace {
 /// What a run relies on, whoever started it.
 void SettleTheProcess() {
   // A file that is opened must not become standard error, to which messages go.
-  int file = 0;
-  while (file >= 0 && file <= STDERR_FILENO) file = ::open("/dev/null", O_RDWR | O_CLOEXEC);
-  if (file > STDERR_FILENO) ::close(file);
+  for (int file = STDIN_FILENO; file <= STDERR_FILENO; ++file) {
+    if (::fcntl(file, F_GETFD) < 0) ::open("/dev/null", O_RDWR | O_CLOEXEC);
+  }
 
   std::signal(SIGPIPE, SIG_IGN);  // nobody reading the messages is no reason to end differently
   std::signal(SIGCHLD, SIG_DFL);  // an ignored one would hide how zenity ended

@@ -9,19 +9,23 @@
 #include <cstdio>
 #include <ctime>
 #include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/encoding.h"
+#include "platform/posix/host_error.h"
 #include "platform/posix/interrupt.h"
-#include "platform/posix/raise.h"
 
 namespace platform {
 namespace {
 
+using posix::Descriptor;
 using posix::HostPath;
-using posix::Raise;
-using posix::RaiseFromCreate;
+using posix::RaiseHostError;
+using posix::RaiseHostErrorOnCreate;
 
 constexpr int NoFile = -1;
 int openFile = NoFile;
@@ -30,7 +34,7 @@ std::size_t ReadSome(int file, std::span<std::byte> buffer) {
   for (;;) {
     const ssize_t count = ::read(file, buffer.data(), buffer.size());
     if (count >= 0) return static_cast<std::size_t>(count);
-    if (errno != EINTR) Raise(errno);
+    if (errno != EINTR) RaiseHostError(errno);
   }
 }
 
@@ -40,27 +44,17 @@ void WriteAll(int file, std::span<const std::byte> bytes) {
     if (count >= 0) {
       bytes = bytes.subspan(static_cast<std::size_t>(count));
     } else if (errno != EINTR) {
-      Raise(errno);
+      RaiseHostError(errno);
     }
   }
 }
-
-struct Descriptor {
-  explicit Descriptor(int number) : file(number) {}
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  ~Descriptor() {
-    if (file >= 0) ::close(file);
-  }
-  int file;
-};
 
 void CopyContents(int from, int to, const struct stat& status) {
   std::vector<std::byte> buffer(std::size_t{64} * 1024);
   while (const std::size_t count = ReadSome(from, buffer)) WriteAll(to, std::span(buffer).first(count));
   const timespec times[] = {status.st_atim, status.st_mtim};
   if (::fchmod(to, status.st_mode & 07777) != 0 || ::futimens(to, times) != 0 || ::fsync(to) != 0)
-    Raise(errno);
+    RaiseHostError(errno);
 }
 
 /// Where a rename would not do. The source goes only when the copy is safe, and a copy that failed does
@@ -68,13 +62,13 @@ void CopyContents(int from, int to, const struct stat& status) {
 void MoveByCopy(const std::string& from, const std::string& to) {
   const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
-  if (source.file < 0 || ::fstat(source.file, &status) != 0) Raise(errno);
+  if (!source.IsOpen() || ::fstat(source.Number(), &status) != 0) RaiseHostError(errno);
 
   const Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-  if (target.file < 0) RaiseFromCreate(errno);
+  if (!target.IsOpen()) RaiseHostErrorOnCreate(errno);
   try {
-    CopyContents(source.file, target.file, status);
-    if (::unlink(from.c_str()) != 0) Raise(errno);
+    CopyContents(source.Number(), target.Number(), status);
+    if (::unlink(from.c_str()) != 0) RaiseHostError(errno);
   } catch (...) {
     ::unlink(to.c_str());
     throw;
@@ -106,13 +100,13 @@ bool PathExists(const Text& path) {
 void ResetAttributes(const Text& path) {
   const std::string name = HostPath(path);
   struct stat status {};
-  if (::lstat(name.c_str(), &status) != 0) Raise(errno);
+  if (::lstat(name.c_str(), &status) != 0) RaiseHostError(errno);
   if (S_ISLNK(status.st_mode)) return;  // a link has no mode of its own, and its target is not meant
-  if (::chmod(name.c_str(), (status.st_mode & 07777) | S_IWUSR) != 0) Raise(errno);
+  if (::chmod(name.c_str(), (status.st_mode & 07777) | S_IWUSR) != 0) RaiseHostError(errno);
 }
 
 void Remove(const Text& path) {
-  if (::unlink(HostPath(path).c_str()) != 0) Raise(errno);
+  if (::unlink(HostPath(path).c_str()) != 0) RaiseHostError(errno);
 }
 
 void Move(const Text& from, const Text& to) {
@@ -126,8 +120,8 @@ void Move(const Text& from, const Text& to) {
   const int error = errno;
   // A rename cannot cross volumes, and not every file system knows one without replacing (EINVAL).
   if (error == EXDEV || error == EINVAL) return MoveByCopy(source, target);
-  if (error == ENOENT && PathExists(from)) RaiseFromCreate(error);
-  Raise(error);
+  if (error == ENOENT && PathExists(from)) RaiseHostErrorOnCreate(error);
+  RaiseHostError(error);
 }
 
 std::optional<Text> FirstMatch(const Text& pattern) {
@@ -152,7 +146,7 @@ std::optional<Text> FirstMatch(const Text& pattern) {
 
 LocalTime FileTime(const Text& path) {
   struct stat status {};
-  if (::stat(HostPath(path).c_str(), &status) != 0) Raise(errno);
+  if (::stat(HostPath(path).c_str(), &status) != 0) RaiseHostError(errno);
   return ToLocal(status.st_mtim);
 }
 
@@ -164,17 +158,17 @@ LocalTime PresentTime() {
 
 void Open(const Text& path) {
   openFile = ::open(HostPath(path).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-  if (openFile < 0) RaiseFromCreate(errno);
+  if (openFile < 0) RaiseHostErrorOnCreate(errno);
 }
 
 std::uint64_t Length() {
   struct stat status {};
-  if (::fstat(openFile, &status) != 0) Raise(errno);
+  if (::fstat(openFile, &status) != 0) RaiseHostError(errno);
   return static_cast<std::uint64_t>(status.st_size);
 }
 
 void Seek(std::uint64_t position) {
-  if (::lseek(openFile, static_cast<off_t>(position), SEEK_SET) < 0) Raise(errno);
+  if (::lseek(openFile, static_cast<off_t>(position), SEEK_SET) < 0) RaiseHostError(errno);
 }
 
 void Read(std::span<std::byte> buffer) {
@@ -192,7 +186,7 @@ void Write(std::span<const std::byte> bytes) {
 void Close() {
   const int file = openFile;
   openFile = NoFile;
-  if (::close(file) != 0 && errno != EINTR) Raise(errno);
+  if (::close(file) != 0 && errno != EINTR) RaiseHostError(errno);
 }
 
 }  // namespace platform

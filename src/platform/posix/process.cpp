@@ -6,14 +6,16 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string>
+#include <vector>
 
 #include "platform/platform.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/encoding.h"
+#include "platform/posix/host_error.h"
 #include "platform/posix/interrupt.h"
-#include "platform/posix/raise.h"
 #include "platform/posix/spawn.h"
 
 namespace platform {
@@ -22,8 +24,8 @@ namespace {
 std::string ExecutablePath() {
   std::array<char, 4096> path{};
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-  if (length < 0) posix::Raise(errno);
-  if (static_cast<std::size_t>(length) == path.size()) posix::Raise(ENAMETOOLONG);
+  if (length < 0) posix::RaiseHostError(errno);
+  if (static_cast<std::size_t>(length) == path.size()) posix::RaiseHostError(ENAMETOOLONG);
   return {path.data(), static_cast<std::size_t>(length)};
 }
 
@@ -81,13 +83,10 @@ void EndProcess(int status) {
 void StartAndWait(const Text& commandLine, int showStyle) {
   std::vector<std::string> arguments = posix::SplitCommandLine(posix::Narrow(commandLine));
   arguments.front() = FindTool(arguments.front());
-  const int nowhere = showStyle == 0 ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : -1;
-  {
-    const posix::InterruptsNoted whileTheToolRuns;
-    const auto tool = posix::Spawn(arguments.front(), arguments, nowhere, nowhere);
-    if (tool) posix::WaitForSuccess(*tool);
-  }
-  if (nowhere >= 0) ::close(nowhere);
+  const posix::Descriptor nowhere(showStyle == 0 ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : -1);
+  const posix::InterruptsNoted whileTheToolRuns;
+  const auto tool = posix::Spawn(arguments.front(), arguments, nowhere.Number(), nowhere.Number());
+  if (tool) posix::WaitForSuccess(*tool);
 }
 
 std::int32_t TickCount() {

@@ -3,10 +3,11 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <memory>
 
 #include "platform/platform.h"
 #include "platform/windows/encoding.h"
-#include "platform/windows/raise.h"
+#include "platform/windows/host_error.h"
 
 namespace platform {
 namespace {
@@ -51,15 +52,14 @@ void Move(const Text& from, const Text& to) {
 std::optional<Text> FirstMatch(const Text& pattern) {
   constexpr DWORD neverMatches = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
   WIN32_FIND_DATAA entry{};
-  const HANDLE listing = ::FindFirstFileA(ToAnsi(pattern).c_str(), &entry);
-  if (listing == INVALID_HANDLE_VALUE) return std::nullopt;
+  const HANDLE found = ::FindFirstFileA(ToAnsi(pattern).c_str(), &entry);
+  if (found == INVALID_HANDLE_VALUE) return std::nullopt;
 
-  std::optional<Text> first;
+  const std::unique_ptr<void, decltype(&::FindClose)> listing(found, ::FindClose);
   do {
-    if ((entry.dwFileAttributes & neverMatches) == 0) first = windows::FromAnsi(entry.cFileName);
-  } while (!first && ::FindNextFileA(listing, &entry));
-  ::FindClose(listing);
-  return first;
+    if ((entry.dwFileAttributes & neverMatches) == 0) return windows::FromAnsi(entry.cFileName);
+  } while (::FindNextFileA(listing.get(), &entry));
+  return std::nullopt;
 }
 
 LocalTime FileTime(const Text& path) {

@@ -1,4 +1,4 @@
-#include "platform/posix/raise.h"
+#include "platform/posix/host_error.h"
 
 #include <cerrno>
 
@@ -6,43 +6,43 @@
 
 namespace platform::posix {
 
-void Raise(int error) {
+void RaiseHostError(int error) {
   switch (error) {
     case ENOMEM:
-      throw OutOfMemory();
+      throw OutOfMemory;
     case EINVAL:
     case EILSEQ:
     case ELOOP:
     case ENAMETOOLONG:
-      throw BadFileName();
+      throw BadFileName;
     case ENOENT:
-      throw FileNotFound();
+      throw FileNotFound;
     case EEXIST:
-      throw FileAlreadyExists();
+      throw FileAlreadyExists;
     case ENOSPC:
     case EDQUOT:
-      throw DiskFull();
+      throw DiskFull;
     case EMFILE:
     case ENFILE:
-      throw TooManyFiles();
+      throw TooManyFiles;
     case EBUSY:
     case ETXTBSY:
     case EAGAIN:
-      throw PermissionDenied();
+      throw PermissionDenied;
     case EACCES:
     case EPERM:
     case EROFS:
     case EISDIR:
-      throw AccessError();
+      throw AccessError;
     case ENOTDIR:
-      throw PathNotFound();
+      throw PathNotFound;
     default:
-      throw DeviceError();
+      throw DeviceError;
   }
 }
 
-void RaiseFromCreate(int error) {
-  Raise(error == ENOENT ? ENOTDIR : error);
+void RaiseHostErrorOnCreate(int error) {
+  RaiseHostError(error == ENOENT ? ENOTDIR : error);
 }
 
 }  // namespace platform::posix

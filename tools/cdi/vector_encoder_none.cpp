@@ -1,3 +1,5 @@
+#include <optional>
+
 #include "cdi/coded_area.h"
 
 namespace cdi {

@@ -4,6 +4,7 @@
 #include <shlobj.h>
 
 #include <array>
+#include <memory>
 
 #include "platform/platform.h"
 #include "platform/windows/encoding.h"
@@ -33,13 +34,13 @@ std::optional<Text> AskForFolder(const Text& title) {
   BROWSEINFOA browse{};
   browse.lpszTitle = ::lstrcatA(caption.data(), "");
   browse.ulFlags = BIF_RETURNONLYFSDIRS;
-  const PIDLIST_ABSOLUTE list = ::SHBrowseForFolderA(&browse);
+  const std::unique_ptr<ITEMIDLIST, decltype(&::CoTaskMemFree)> list(::SHBrowseForFolderA(&browse),
+                                                                     ::CoTaskMemFree);
   if (list == nullptr) return std::nullopt;
 
   // The call may fill MAX_PATH; one more is the end.
   std::array<char, MAX_PATH + 1> path{};
-  ::SHGetPathFromIDListA(list, path.data());
-  ::CoTaskMemFree(list);
+  ::SHGetPathFromIDListA(list.get(), path.data());
   const std::string_view whole(path.data());
   return FromAnsi(whole.size() < FolderPathSize ? whole : std::string_view());
 }

@@ -3,9 +3,9 @@
 namespace platform::posix {
 
 /// Raises the `RuntimeError` for `error`, a value of errno, where the file itself must exist.
-[[noreturn]] void Raise(int error);
+[[noreturn]] void RaiseHostError(int error);
 
 /// The same where the file would have been created: if something is missing, it is a folder on the way.
-[[noreturn]] void RaiseFromCreate(int error);
+[[noreturn]] void RaiseHostErrorOnCreate(int error);
 
 }  // namespace platform::posix

@@ -1,13 +1,17 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/encoding.h"
 #include "platform/posix/spawn.h"
 
@@ -56,16 +60,17 @@ std::optional<std::string> ReadLine() {
 std::optional<std::string> Zenity(std::vector<std::string> options) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
+  const posix::Descriptor readEnd(ends[0]);
+  posix::Descriptor writeEnd(ends[1]);
   options.insert(options.begin(), {"env", "LC_ALL=C.UTF-8", "zenity"});
-  const auto zenity = posix::Spawn("env", options, ends[1], -1);
-  ::close(ends[1]);
+  const auto zenity = posix::Spawn("env", options, writeEnd.Number(), -1);
+  writeEnd.Close();  // or the reading would never end
 
   std::string printed;
   std::array<char, 4096> buffer{};
-  for (ssize_t count = 0; (count = ::read(ends[0], buffer.data(), buffer.size())) > 0;) {
+  for (ssize_t count = 0; (count = ::read(readEnd.Number(), buffer.data(), buffer.size())) > 0;) {
     printed.append(buffer.data(), static_cast<std::size_t>(count));
   }
-  ::close(ends[0]);
   if (!zenity || !posix::WaitForSuccess(*zenity)) return std::nullopt;
   return printed;
 }

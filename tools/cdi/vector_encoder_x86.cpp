@@ -3,9 +3,13 @@
 #include <immintrin.h>
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <optional>
 
 #include "cdi/coded_area.h"
+#include "cdi/sector.h"
 
 #define VECTOR [[gnu::target("avx2,pclmul")]] inline
 

@@ -1,0 +1,30 @@
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+#include "cdi/descriptor.h"
+#include "cdicheck/check_steps.h"
+#include "cdicheck/problems.h"
+
+namespace cdicheck {
+
+void CheckLayout(Report& report) {
+  const cdi::Image& image = *report.image;
+  if (image.tracksEnd > image.descriptorOffset) {
+    Add(report, problems::TracksMissing,
+        {std::to_string(image.tracksEnd), std::to_string(image.descriptorOffset)});
+  } else if (image.tracksEnd < image.descriptorOffset) {
+    Add(report, problems::BytesOfNoTrack, {std::to_string(image.descriptorOffset - image.tracksEnd)});
+  }
+  std::uint64_t end = 0;
+  for (const cdi::Track& track : image.tracks) {
+    if (track.sectorSize == 0) Add(report, problems::UnknownSectorSize);
+    if (std::uint64_t{track.pregap} + track.length != track.total) Add(report, problems::WrongLength);
+    end = std::max(end, std::uint64_t{track.start} + track.length);
+  }
+  if (end > cdi::DiscCapacity) {
+    Add(report, problems::TooLong, {std::to_string(end), std::to_string(cdi::DiscCapacity)});
+  }
+}
+
+}  // namespace cdicheck

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+
+#include "cdicheck/check.h"
+
+namespace cdicheck {
+
+/// A problem as the user reads it. Each {} is the place of something that was found.
+struct Sentence {
+  Severity severity;
+  const char* text;
+};
+
+constexpr Sentence Error(const char* text) {
+  return {Severity::Error, text};
+}
+
+constexpr Sentence Warning(const char* text) {
+  return {Severity::Warning, text};
+}
+
+/// All of them, in the order of the checks.
+namespace problems {
+
+inline constexpr Sentence Truncated = Error(
+    "The file is truncated: it begins like an image, but the descriptor at its end is missing. "
+    "Make it again.");
+inline constexpr Sentence TracksMissing = Error(
+    "The file is too short for the tracks that its descriptor tells of ({} bytes, not {}): "
+    "part of it is missing. Make it again.");
+inline constexpr Sentence BytesOfNoTrack =
+    Error("The descriptor does not fit the file: {} bytes belong to no track. Make the image again.");
+inline constexpr Sentence UnknownSectorSize =
+    Error("A track has sectors of an unknown size. Make the image again.");
+inline constexpr Sentence WrongLength =
+    Error("A track's length is not that of its parts. Make the image again.");
+inline constexpr Sentence TooLong = Warning(
+    "The disc has {} sectors, but an 80-minute disc holds {}: it will work in an emulator only. "
+    "Leave some files out.");
+inline constexpr Sentence NoDataTrack =
+    Error("The last session has no data track, so there is nothing to boot. Make the image of an ISO image.");
+
+inline constexpr Sentence OtherMode =
+    Warning("The data track is not in Mode 2, which the console's start-up expects of such a disc.");
+inline constexpr Sentence DamagedSector = Error(
+    "1 sector has a wrong checksum or error correction code, the first one at LBA {}: "
+    "the file was damaged after it was made. Make it again.");
+inline constexpr Sentence DamagedSectors = Error(
+    "{} sectors have a wrong checksum or error correction code, the first one at LBA {}: "
+    "the file was damaged after it was made. Make it again.");
+
+inline constexpr Sentence NoBootSector =
+    Error("The data track is shorter than the boot sector. Make the image again.");
+inline constexpr Sentence NoBootHeader =
+    Error("The disc has no boot header: give the ISO image an IP.BIN (mkisofs -G).");
+inline constexpr Sentence WrongCheckValue = Warning(
+    "The check value in the boot header is {}, but product number and version make it {}: "
+    "some start-up code refuses that. Correct the IP.BIN.");
+inline constexpr Sentence HeaderOnly = Error(
+    "The boot sector holds a header only, and nothing that starts a program: "
+    "the image was made without an IP.TMPL. "
+    "Put one beside the program, remove IP.BIN from the folder, and make it again.");
+inline constexpr Sentence NoStartCode = Error(
+    "The boot sector has no code at offset 0x300, where the console starts it. Use a complete IP.TMPL.");
+
+inline constexpr Sentence VolumeElsewhere = Error(
+    "The files cannot be read ({}): the volume must be made for the address of its track, {} "
+    "(mkisofs -C 0,{}), and be there as a whole.");
+inline constexpr Sentence VolumeUnreadable = Error("The files cannot be read: {}. Make the ISO image again.");
+
+inline constexpr Sentence BootFileInFolder = Error(
+    "The boot file {} lies in a folder ({}), but the console looks for it in the root only. Move it there.");
+inline constexpr Sentence NoBootFile = Error(
+    "The boot header names {}, but no such file is in the root of the disc. "
+    "Names count to the letter, capitals included.");
+inline constexpr Sentence NoFileVersion = Error(
+    "The boot file is recorded without the version \";1\", with which the console looks for it. "
+    "Do not have mkisofs leave versions out (-N).");
+inline constexpr Sentence BootFileTooLarge = Error(
+    "The boot file has {} bytes, but the console has room for {}. "
+    "Load some of its data from the disc instead.");
+inline constexpr Sentence BootFileEmpty =
+    Error("The boot file is empty. Was it a link in the folder? Put the file itself there.");
+inline constexpr Sentence BootFileOutside =
+    Error("The boot file lies outside the data track in part. Make the image again.");
+inline constexpr Sentence ElfFile =
+    Error("The boot file is an ELF file. The console needs its raw binary, scrambled.");
+inline constexpr Sentence NoProgram = Warning(
+    "The boot file does not look like a program for the console. "
+    "Is it the right file, and scrambled just once?");
+inline constexpr Sentence NotScrambled = Error(
+    "The boot file is not scrambled, but from a disc like this the console unscrambles it. "
+    "Scramble it first.");
+
+}  // namespace problems
+
+/// Adds the problem with `findings` in their places.
+void Add(Report& report, const Sentence& sentence, std::initializer_list<std::string> findings = {});
+
+}  // namespace cdicheck
