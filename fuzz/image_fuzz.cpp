@@ -1,5 +1,4 @@
-// Has the image checker read anything. Build and run it with the corpus, on a copy of which it works:
-//   cmake --preset fuzz && cmake --build --preset fuzz
+// Has the image checker read anything. After `cmake --preset fuzz && cmake --build --preset fuzz`:
 //   cp -r fuzz/corpus /tmp/corpus && build/fuzz/fuzz/image_fuzz -max_len=200000 /tmp/corpus
 
 #include <algorithm>
@@ -13,8 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                            }};
   try {
     cdicheck::Check(source);
-  } catch (const cdi::FormatError&) {
-    // The one thing that may leave it.
+  } catch (const cdi::FormatError&) {  // the one thing that may leave it
   }
   return 0;
 }

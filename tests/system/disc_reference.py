@@ -1,0 +1,167 @@
+"""What an image has to be, made from the format's description alone: tests hold the programs against it."""
+
+from collections import namedtuple
+from functools import cache, reduce
+from operator import itemgetter
+from os.path import commonprefix
+from struct import pack
+
+DataStart = 11702  # the data track's address on the disc
+DataOffset = 1413504  # and its first byte in the file
+SizeCodes, Versions = {2048: 0, 2336: 1, 2352: 2}, {"2": 0x80000004, "3": 0x80000005, "3.5": 0x80000006}
+
+
+def _slices(length):
+    """Which slice of the plain file stands first, second, ... in the scrambled one."""
+    state, done = length & 0xFFFF, 0
+    for chunk in (2 << 20 >> halvings for halvings in range(17)):
+        while length - done >= chunk:
+            order = list(range(done // 32, (done + chunk) // 32))
+            for i in reversed(range(len(order))):
+                state = (state * 2109 + 9273) & 0x7FFF
+                x = ((state + 0xC000) & 0xFFFF) * i >> 16
+                order[i], order[x] = order[x], order[i]
+                yield order[i]
+            done += chunk
+
+
+def scramble(plain):
+    slices = [plain[32 * number : 32 * number + 32] for number in _slices(len(plain))]
+    return b"".join(slices) + plain[32 * len(slices) :]
+
+
+def _edc_step(edc, _):
+    return edc >> 1 ^ (0xD8018001 if edc & 1 else 0)
+
+
+_EdcTable = [reduce(_edc_step, range(8), byte) for byte in range(256)]
+_TimesX = bytes((byte << 1 ^ (0x11D if byte > 127 else 0)) for byte in range(256))
+_OverXPlus1 = bytes(sorted(range(256), key=lambda byte: byte ^ _TimesX[byte]))
+_QOrder = [2 * ((44 * m + 43 * n) % 1118) + byte for m in range(43) for n in range(26) for byte in (0, 1)]
+
+
+def _edc(data):
+    return pack("<I", reduce(lambda edc, byte: edc >> 8 ^ _EdcTable[(edc ^ byte) & 0xFF], data, 0))
+
+
+def _xor(a, b):
+    return (int.from_bytes(a, "big") ^ int.from_bytes(b, "big")).to_bytes(len(a), "big")
+
+
+def _parity(data, words):
+    """The two parity bytes of `words` code words; `data` holds all their first bytes, then all second, ..."""
+    plain_sum = weighted_sum = bytes(words)
+    for at in range(0, len(data), words):
+        plain_sum = _xor(plain_sum, data[at : at + words])
+        weighted_sum = _xor(weighted_sum.translate(_TimesX), data[at : at + words])
+    weighted_sum = weighted_sum.translate(_TimesX).translate(_TimesX)
+    first = _xor(plain_sum, weighted_sum).translate(_OverXPlus1)
+    return first + _xor(first, plain_sum)
+
+
+@cache
+def make_sector(user_data, subheader=b"\0\0\x08\0"):
+    """The 2336 bytes of a Mode 2 Form 1 sector, in its parts."""
+    parts = {"subheader": 2 * subheader, "user data": user_data}
+    parts["EDC"] = _edc(b"".join(parts.values()))
+    parts["P parity"] = _parity(bytes(4) + b"".join(parts.values()), 86)
+    parts["Q parity"] = _parity(bytes(itemgetter(*_QOrder)(bytes(4) + b"".join(parts.values()))), 52)
+    return parts
+
+
+# `parts`: what is stored behind the pregap, by its name.
+Track = namedtuple("Track", "parts mode sector_size start pregap", defaults=(2, 2336, DataStart, 150))
+Silence = Track({"silence": bytes(302 * 2352)}, mode=0, sector_size=2352, start=0)
+
+
+def make_track(iso, sector_size=2336, **fields):
+    """A data track of sectors of 2048, 2336 or 2352 bytes."""
+    parts = {}
+    for number, at in enumerate(range(0, len(iso), 2048)):
+        seconds, frame = divmod(DataStart + 150 + number, 75)
+        header = bytes.fromhex(f"{seconds // 60:02}{seconds % 60:02}{frame:02}02")
+        raw = {"sync": b"\0" + b"\xff" * 10 + b"\0", "header": header} | make_sector(iso[at : at + 2048])
+        stored = {2048: ["user data"], 2336: list(raw)[2:], 2352: raw}[sector_size]
+        parts |= {f"sector {number}: {what}": raw[what] for what in stored}
+    return Track(parts, sector_size=sector_size, **fields)
+
+
+def lay_out(sessions, name, volume, version="3.5", short_headers=False):
+    """All parts of an image by their names, for the versions 2, 3 and 3.5."""
+    parts, descriptor = {}, {"number of sessions": pack("<B", len(sessions))}
+    header = bytes.fromhex("FFFF 0000 0100 0000 FFFF FFFF 000000") + pack("<B", sum(map(len, sessions)))
+    header += pack("<B", len(name)) + name + pack("<11xB10x", 2)
+    header += b"\0" if short_headers else pack("<BI2xH", 0x80, 360000, 0x98)
+    for session, tracks in enumerate([*sessions, []]):
+        block = pack("<xB7xIH", len(tracks), 1, 0xFFFF)
+        descriptor[f"session block {session + 1}"] = block[version == "2" and session > 0 :]
+        for number, track in enumerate(tracks):
+            where = f"session {session + 1}, track {number + 1}: "
+            parts[where + "pregap"] = bytes(track.pregap * track.sector_size)
+            parts |= {where + what: part for what, part in track.parts.items()}
+            length = sum(map(len, track.parts.values())) // track.sector_size
+            total, end = track.pregap + length, track.start + length
+            fields = pack("<HIII2xI4x", 2, track.pregap, length, 0, track.mode)
+            fields += pack("<IIII16xI", session, number, track.start, total, SizeCodes[track.sector_size])
+            fields += pack("<IxI4x12xI", 4 if track.mode else 0, total, 0)
+            if version != "2":
+                fields += b"\0" + b"\xff" * 8 + pack("<IIIII42xI12x", 1, 0x80, 2, 0x10, 44100, 0xFFFFFFFF)
+            fields += pack("<B5xBxI", track.mode, number + 1 < len(tracks), end)
+            descriptor |= {where + "header": header, where + "fields": fields}
+    fields = pack("<IB", end, len(volume)) + volume + pack("<xII13xII8xI", 1, 1, 0, 0, Versions[version])
+    descriptor |= {"disc block: header": header, "disc block: fields": fields}
+    place = sum(map(len, descriptor.values())) + 4 if version == "3.5" else sum(map(len, parts.values()))
+    return parts | descriptor | {"place of the descriptor": pack("<I", place)}
+
+
+Image = namedtuple("Image", "iso name volume sectors")
+
+
+def read_image(path):
+    """Reads an image as cdi4dc has to write it. A ValueError names the first byte that is another."""
+    image = path.read_bytes()
+    sectors = (len(image) - int.from_bytes(image[-4:], "little") - DataOffset) // 2336
+    iso = b"".join(image[at : at + 2048] for at in range(DataOffset + 8, DataOffset + 2336 * sectors, 2336))
+    volume, at = iso[32808:32840], 0
+    for what, right in lay_out([[Silence], [make_track(iso)]], path.name.encode(), volume).items():
+        found = image[at : at + len(right)]
+        if found != right:
+            i = len(commonprefix([found, right]))
+            raise ValueError(f"{path.name}: {what}: byte {i} is {found[i : i + 1].hex()}, not {right[i]:02x}")
+        at += len(right)
+    if at != len(image):
+        raise ValueError(f"{path.name}: {len(image) - at} bytes too many")
+    return Image(iso, path.name, volume.decode(errors="surrogateescape").rstrip(), sectors)
+
+
+BootHeader = f"{'SEGA SEGAKATANA':16}SEGA ENTERPRISESB6D8 CD-ROM1/1  {'JUE':8}{'E000010':8}{'T0000':10}" \
+    f"V1.000{'20260101':16}{'1ST_READ.BIN':16}{'Software maker':16}{'Title':128}"
+
+
+def make_program(addresses=50):
+    """A plain boot file of 100 loads of 50 constants, as many of which are addresses of the console."""
+    return pack("<100H50I112x", *[0xD031] * 100, *[0x8C010000] * addresses, *[1] * (50 - addresses))
+
+
+def _both(number):
+    return pack("<I", number) + pack(">I", number)
+
+
+def _record(name, address, file_size=None):
+    record = b"\0" + _both(address) + _both(2048 if file_size is None else file_size)
+    record += pack("<7xBxx", 2 * (file_size is None)) + b"\1\0\0\1" + bytes([len(name)]) + name
+    return bytes([(len(record) + 2) & ~1]) + record + bytes((len(record) + 1) % 2)
+
+
+def make_iso(files, start=DataStart):
+    """A volume of these files, by their names, and of a folder SUB with DATA.TXT of one byte."""
+    root, sub, data = start + 18, start + 19, b""
+    records = _record(b"\0", root) + _record(b"\1", root) + _record(b"SUB", sub)
+    for name, content in files.items():
+        records += _record(name, start + 20 + len(data) // 2048, len(content))
+        data += content + bytes(-len(content) % 2048)
+    descriptor = b"\1CD001\1".ljust(40, b"\0") + b"TEST".ljust(40) + _both(20 + len(data) // 2048)
+    descriptor = descriptor.ljust(156, b"\0") + _record(b"\0", root)
+    parts = descriptor, b"\xffCD001\1", records, _record(b"DATA.TXT;1", root, 1)
+    sectors = b"".join(part.ljust(2048, b"\0") for part in parts)
+    return BootHeader.encode().ljust(32768, b"\x09") + sectors + data

@@ -1,0 +1,106 @@
+"""What cdicheck says of images in which one thing is wrong: on the disc, in a sector, in the descriptor."""
+
+import json
+import re
+from pathlib import Path
+from struct import pack
+
+import pytest
+from disc_reference import DataOffset, Silence, lay_out, make_iso, make_program, make_sector, make_track
+from disc_reference import scramble
+
+BootFile, Volume, Root = b"1ST_READ.BIN;1", 16 * 2048, 18 * 2048
+Files = {BootFile: scramble(make_program()), b"LAST.BIN;1": bytes(2048)}  # in sectors 20 and 21 of 22
+
+
+def patch(data, at, new):
+    return data[:at] + new + data[at + len(new):]
+
+
+def image(*changes, track=make_track(make_iso(Files)), first=Silence, last=()):
+    """An image with this data track, in which the bytes at some place of a part are others."""
+    parts = lay_out([[first], [track], *last], b"a.cdi", b"TEST")
+    for part, *change in changes:
+        name = f"session 2, track 1: {part}"
+        parts[name] = patch(parts[name], *change)
+    return b"".join(parts.values())
+
+
+def disc(files=Files, change=(0, b""), start=11702, **track):
+    """Sectors of 2048 bytes, which have no checksum: only what is in the volume can be wrong."""
+    return image(track=make_track(patch(make_iso(files, start), *change), 2048, start=start, **track))
+
+
+def with_descriptor_of(length, short=disc()):
+    return short[:-8] + bytes(length - 636) + short[-8:-4] + pack("<I", length)
+
+
+Whole, End = image(), DataOffset + 22 * 2336
+Own = [(f"sector 21: {part}", 0, new) for part, new in make_sector(bytes(2048), b"\1\0\x08\0").items()]
+Corpus = sorted(Path(__file__).parents[2].glob("fuzz/corpus/*.cdi"))
+Good, NoProgram, WrongSector = "No problems found.", "does not look like a program", "1 sector has a wrong"
+DamagedFolder, NoImage = "a folder of the volume is damaged", "cdicheck: a.cdi: no DiscJuggler image: "
+ROWS = [
+    *((Good, Corpus[i].read_bytes()) for i in range(12)),
+    (Good, image(track=make_track(make_iso(Files), 2352))),
+    (Good, image(*Own)),
+    (Good, image(("sector 21: subheader", 2, b"\x20"), ("sector 21: EDC", 0, b"!"))),  # form 2 has no parity
+    (Good, image(first=make_track(bytes(2048), 2048, start=0))),
+    (Good, disc(start=360000 - 22)),
+    (Good, with_descriptor_of(1 << 20)),
+    (Good, disc({BootFile: scramble(make_program(13))})),
+    ("mkisofs -C 0,11702", disc(change=(Volume + 158, b"\1\0"))),
+    ("no ISO 9660 volume", disc(change=(Volume + 1, b"X"))),
+    ("no boot header", disc(change=(0, b"X"))),
+    ("is B6D9, but product number and version make it B6D8", disc(change=(32, b"B6D9"))),
+    ("without an IP.TMPL", disc(change=(256, bytes(32512)))),
+    ("no code at offset 0x300", disc(change=(0x300, b"\xff\xff"))),
+    ("no code at offset 0x300", disc(change=(0x300, bytes(4)))),
+    ("names 1st_READ.BIN, but no such file", disc(change=(96, b"1st"))),
+    ("lies in a folder (SUB/DATA.TXT)", disc(change=(96, b"DATA.TXT    "))),
+    ('without the version ";1"', disc({b"1ST_READ.BIN": Files[BootFile]})),
+    (NoProgram, disc({BootFile: bytes(0xFF0000)})),
+    ("16711681 bytes, but the console has room for 16711680", disc({BootFile: bytes(0xFF0001)})),
+    ("is empty", disc({BootFile: b""})),
+    ("outside the data track in part", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
+    ("is not scrambled", disc({BootFile: make_program()})),
+    ("ELF file", disc({BootFile: b"\x7fELF"})),
+    (NoProgram, disc({BootFile: scramble(make_program(12))})),
+    (DamagedFolder, disc(change=(Root, pack("B33x", 34) * 60 + b"\x22"))),  # beyond the sector's end
+    ("no such file", disc(change=(Root, pack("B41x", 42) + pack("B33x", 34) * 59))),  # up to it
+    (DamagedFolder, disc(change=(Root + 68 + 32, b"\4"))),  # a longer name than the record has room for
+    ("2 sectors have a wrong", image(("sector 20: EDC", 3, b"!"), ("sector 21: user data", 0, b"!"))),
+    ("first one at LBA 11722:", image(("sector 20: P parity", 0, b"!"))),
+    (WrongSector, image(("sector 21: Q parity", 103, b"!"))),
+    (WrongSector, image(*Own, ("sector 21: EDC", 0, b"!"))),
+    ("truncated", Whole[:-1000]),
+    ("2336 bytes belong to no track", Whole[:End] + bytes(2336) + Whole[End:]),
+    ("too short for the tracks", Whole[: End - 2336] + Whole[End:]),
+    ("length is not that of its parts", image(("fields", 6, bytes([21])))),
+    ("last session has no data track", image(last=[[Silence]])),
+    ("not in Mode 2", disc(mode=1)),
+    ("warning: The disc has 360001 sectors, but", disc(start=360001 - 22)),
+    (NoImage + "the descriptor ends in the middle of a block", pack("<II", 0x80000005, 0)),
+    (NoImage + "the descriptor lies at no possible place", with_descriptor_of((1 << 20) + 1)),
+    (NoImage + "a track has other than two index lengths", image(("fields", 0, b"\3"))),
+    (NoImage + "a track has CD-Text", image(("fields", 10, b"\1"))),
+]
+
+
+@pytest.mark.parametrize("words, checked", ROWS, ids=[words for words, _ in ROWS])
+def test_says(build, tmp_path, words, checked):
+    (tmp_path / "a.cdi").write_bytes(checked)
+    status, said = build.run("cdicheck", "a.cdi", cwd=tmp_path)
+    [(verdict, kind)] = re.findall("^((No|error:|warning:|cdicheck:) .*)", said, re.MULTILINE)
+    assert words in verdict and status == {"No": 0, "error:": 1, "warning:": 1, "cdicheck:": 2}[kind]
+
+
+def test_reports(build, tmp_path):
+    (tmp_path / "a.cdi").write_bytes(disc({b"\xe9.TXT;1": b""}))
+    said = build.run("cdicheck", "a.cdi", cwd=tmp_path).said
+    assert "session 2: data, Mode 2, 20 sectors of 2048 bytes from LBA 11702\n" in said
+    assert 'boot file: 1ST_READ.BIN\n' in said and 'Volume "TEST"\n  SUB/DATA.TXT  1 bytes\n' in said
+    report = json.loads(build.run("cdicheck", "--json", "a.cdi", cwd=tmp_path).said)
+    assert [track["length"] for track in report["tracks"]] == [302, 20] and report["volume"] == "TEST"
+    assert report["bootHeader"]["date"] == "20260101" and report["problems"][0]["severity"] == "error"
+    assert report["files"][1] == {"path": "\ufffd.TXT", "size": 0}

@@ -1,0 +1,78 @@
+"""scramble and cdi4dc by themselves: what they write, what they refuse, and what is left then."""
+
+import os
+import pty
+import random
+import re
+import resource
+import subprocess
+
+import pytest
+from conftest import names
+from disc_reference import make_iso, read_image, scramble
+
+posix_only = pytest.mark.posix_only
+MiB = 1 << 20
+Iso = make_iso({b"A.BIN;1": random.Random(1).randbytes(109 * 2048)})  # two batches of 64 sectors, and one
+Sizes = [0, 31, 127, 128, 299, 32767, 65536, MiB - 1, MiB + 32, 2 * MiB - 1, 2 * MiB, 3 * MiB, 3 * MiB + 65]
+Files = {"good": Iso, "empty": b"", "odd": Iso + b".", "short": Iso[:32768], "cut": Iso[:34816],
+         "output": b"older"}
+
+
+@pytest.fixture
+def folder(tmp_path):
+    for name, content in Files.items():
+        (tmp_path / name).write_bytes(content)
+    return tmp_path
+
+
+@pytest.mark.parametrize("size", Sizes)
+def test_scrambles_and_back(build, folder, size):
+    plain = random.Random(size).randbytes(size)
+    (folder / "plain").write_bytes(plain)
+    assert build.run("scramble", "plain", "scrambled", cwd=folder) == (0, "")
+    assert build.run("scramble", "-d", "scrambled", "back", cwd=folder) == (0, "")
+    assert (folder / "scrambled").read_bytes() == scramble(plain) and (folder / "back").read_bytes() == plain
+
+
+@pytest.mark.parametrize("name", ["output", "--cdi", pytest.param("n" * 255, marks=posix_only)], ids=len)
+def test_makes_the_image(build, folder, name):
+    assert build.run("cdi4dc", "good", name, cwd=folder) == (0, "")
+    assert read_image(folder / name) == (Iso, name, "TEST", 129) and {*names(folder)} == {*Files, name}
+
+
+@pytest.mark.parametrize("line, status, said", [
+    ("cdi4dc empty output", 1, "^cdi4dc: empty: the file is empty$"),
+    ("cdi4dc odd output", 1, "odd: .*multiple of 2048"),
+    ("cdi4dc short output", 1, "short: no ISO 9660"),
+    ("cdi4dc cut output", 1, "cut: ends after 17 of its volume's 129 sectors"),
+    ("cdi4dc . output", 1, r"\.: not a file"),
+    ("cdi4dc good .", 1, r"\.: not a file"),
+    ("cdi4dc good nowhere/output", 1, "^cdi4dc: nowhere/output: .*no"),
+    ("cdi4dc good", 1, "OUT.cdi is required"),
+    ("cdi4dc --version", 0, r"^cdi4dc \d+\.\d+$"),
+    ("scramble nowhere output", 1, "^scramble: nowhere: .*not? .*f"),
+    ("scramble --help", 0, "Usage: "),
+    pytest.param("scramble /sys/kernel/uevent_seqnum output", 1, "became shorter", marks=posix_only),
+])
+def test_leaves_the_older_output(build, folder, line, status, said):
+    found = build.run(*line.split(), cwd=folder)
+    assert found.status == status and re.search(said, found.said, re.IGNORECASE | re.MULTILINE)
+    assert {*names(folder)} == {*Files} and (folder / "output").read_bytes() == b"older"
+
+
+@posix_only
+@pytest.mark.parametrize("end, said", [(360000, ""), (360001, "output: warning: 360001 .*\ncdi4dc: ")])
+def test_warns_of_an_overfull_disc(build, folder, end, said):
+    os.truncate(folder / "good", (end - 11702) * 2048)
+    found = build.run("cdi4dc", "good", "output", cwd=folder, restore_signals=False,
+                      preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (MiB, MiB)))
+    assert found.status == 1 and re.fullmatch(f"cdi4dc: {said}output: File too large\n", found.said)
+
+
+@posix_only
+def test_shows_its_progress_on_a_terminal(build, folder):
+    screen, terminal = pty.openpty()
+    subprocess.run([build.program("cdi4dc"), "good", "output"], cwd=folder, stderr=terminal, check=True)
+    os.set_blocking(screen, False)
+    assert re.fullmatch(rb"(\rcdi4dc: \d\d %)+\rcdi4dc: 100 %\r\n", os.read(screen, 1000))
