@@ -1,6 +1,6 @@
-// Loaded in front of the C library (LD_PRELOAD), it makes calls fail in the program FAIL_PROGRAM, not in those
-// that this one starts. By the word "read:3:5" in FAIL_CALLS the third call of read fails with error 5, and a
-// file FAIL_LOG tells that it did. Number 0 means every call, untold; error 0 lets one byte through.
+// Loaded in front of the C library (LD_PRELOAD), it makes calls fail in the program FAIL_PROGRAM, not in
+// those that this one starts. By the word "read:3:5" in FAIL_CALLS the third call of read fails with error 5,
+// and a file FAIL_LOG tells that it did. Number 0 means every call, untold; error 0 lets one byte through.
 
 #include <dlfcn.h>
 #include <errno.h>
