@@ -1,0 +1,51 @@
+// Loaded in front of the C library (LD_PRELOAD), it makes calls fail in the program FAIL_PROGRAM, not in
+// those that this one starts. By the word "read:3:5" in FAIL_CALLS the third call of read fails with error 5,
+// and a file FAIL_LOG tells that it did. Number 0 means every call, untold; error 0 lets one byte through.
+
+#include <dlfcn.h>
+#include <errno.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+/// An argument or a result of any kind: all that is wrapped here takes and gives whole words.
+using Word = long;
+using Call = Word(Word, Word, Word, Word, Word, Word);
+
+/// The error that this call is to fail with; -1 if it is not to fail.
+static int ErrorOf(const char* name, int number) {
+  if (std::strcmp(std::getenv("FAIL_PROGRAM"), program_invocation_short_name) != 0) return -1;
+  for (const char* word = std::getenv("FAIL_CALLS"); word != nullptr; word = std::strchr(word + 1, ' ')) {
+    char wanted[32];
+    int at = 0, error = 0;
+    if (std::sscanf(word, " %31[^:]:%d:%d", wanted, &at, &error) != 3) std::abort();
+    if (std::strcmp(wanted, name) != 0 || (at != number && at != 0)) continue;
+    if (at != 0) std::fclose(std::fopen(std::getenv("FAIL_LOG"), "w"));  // past the wrappers
+    return error;
+  }
+  return -1;
+}
+
+// `symbol` is what the linker knows the call by, `name` what it counts as; `failed` is what it then gives.
+#define WRAP_AS(symbol, name, failed)                                                    \
+  extern "C" Word Wrapped_##symbol(Word, Word, Word, Word, Word, Word) __asm__(#symbol); \
+  Word Wrapped_##symbol(Word a, Word b, Word c, Word d, Word e, Word f) {                \
+    const auto real = reinterpret_cast<Call*>(::dlsym(RTLD_NEXT, #symbol));              \
+    const int error = ErrorOf(#name, ++calls_##name);                                    \
+    if (error <= 0) return real(a, b, error == 0 ? 1 : c, d, e, f);                      \
+    errno = error;                                                                       \
+    return failed;                                                                       \
+  }
+#define WRAP(name, failed)       \
+  std::atomic<int> calls_##name; \
+  WRAP_AS(name, name, failed)
+
+// clang-format off
+WRAP(chmod, -1) WRAP(close, -1) WRAP(fallocate, -1) WRAP(fchmod, -1) WRAP(fstat, -1) WRAP(fstatat, -1)
+WRAP(fsync, -1) WRAP(ftruncate, -1) WRAP(futimens, -1) WRAP(lseek, -1) WRAP(lstat, -1) WRAP(mkdir, -1)
+WRAP(open, -1) WRAP(opendir, 0) WRAP(posix_spawnp, error) WRAP(pread, -1) WRAP_AS(__pread_chk, pread, -1)
+WRAP(pthread_create, error) WRAP(pwrite, -1) WRAP(read, -1) WRAP_AS(__read_chk, read, -1) WRAP(readdir, 0)
+WRAP(readlink, -1) WRAP(realpath, 0) WRAP(rename, -1) WRAP(renameat2, -1) WRAP(stat, -1) WRAP(unlink, -1)
+WRAP(waitpid, -1) WRAP(write, -1)

@@ -1,0 +1,110 @@
+"""Whatever single call of the C library fails in a run, the run keeps its promises about the user's files."""
+
+from errno import EDQUOT, EINTR, EIO, EOPNOTSUPP, EROFS, EXDEV
+
+import pytest
+
+PLAIN = b"0123456789abcdefghijklmnopqrstuvwxyz" + bytes(n * n % 251 for n in range(5000))
+ELF = b"\x7FELF" + PLAIN
+BODY = b"u" * 32656
+GAMES = {"ELF file": {"demo.elf": ELF},
+         "ELF file, older program": {"demo.elf": ELF, "1ST_READ.BIN": b"older"},
+         "binary, other volume": {"game.bin": PLAIN, "IP.BIN": b"u" * 96 + b"game.bin".ljust(16) + BODY}}
+TOOLS = {"sh-elf-objcopy": '/bin/cp "$5" "$6"', "cdi4dc": '/bin/cp "$1" "$2"',  # an image is what lies behind
+         "mkisofs": '/usr/bin/tail -q -c +97 "$2" "${12}"/* > "${11}"',  # byte 96 of each file, so no dates
+         "scramble": '/usr/bin/tr a-z A-Z < "$1" > "$2"'}
+ANY_GAME = "close fstat lseek lstat open posix_spawnp read readlink write"
+RUNS = [  # no failing waitpid: the run would overtake its tool, and only EINTR can make one fail
+    ("ELF file", EIO, f"{ANY_GAME} fstatat opendir readdir renameat2 stat", "a failure"),
+    ("binary, other volume", EIO, f"{ANY_GAME} fchmod fsync futimens unlink", "a failure"),
+    ("binary, other volume", EIO, "chmod mkdir", ""),
+    ("binary, other volume", EINTR, "close read waitpid write", ""),
+    ("binary, other volume", 0, "read write", ""),  # no error, but one byte instead of many
+    # These break promises, since the steps are prescribed: what cannot be deleted stays, what cannot be
+    # looked at counts as missing, and an older file at its place passes for what a tool should have made.
+    ("ELF file", EIO, "unlink", "another image"),
+    ("binary, other volume", EIO, "stat", "a failure, another image, no IP.BIN"),
+    ("ELF file, older program", EIO, "fstatat opendir readdir", "another image"),
+    ("ELF file, older program", EIO, "posix_spawnp", "a failure, another image, no program"),
+]
+
+
+def failing(build, name, calls, folder):
+    return {"LD_PRELOAD": build.program("fail_calls.so"), "FAIL_PROGRAM": name, "FAIL_CALLS": calls,
+            "FAIL_LOG": folder / "failed"}
+
+
+def each_failure(run, folder, call, error):
+    """The ends of the runs in which the first call fails, the second, ... until there is no such call."""
+    for number in range(1, 1000):
+        (folder / "failed").unlink(missing_ok=True)
+        ended = run(f"{call}:{number}:{error}")
+        if not (folder / "failed").exists():
+            break
+        yield ended
+    assert number > 1, f"{call} is never called"
+
+
+def make_image(desk, game, calls):
+    for path in [*desk.root.rglob("*.[!T]*")]:  # what an earlier run left, the template apart
+        path.unlink()
+    for name, contents in GAMES[game].items():
+        (desk.game / name).write_bytes(contents)
+    for tool, script in TOOLS.items():
+        desk.tool(tool).write_text(f"#!/bin/sh\n{script}\n")
+    desk.cdi.write_bytes(b"older")
+    always = f" renameat2:0:{EXDEV}" if "other volume" in game else ""
+    return desk.make_image(env=failing(desk.build, "marrowvan", calls + always, desk.root))
+
+
+@pytest.mark.parametrize("game, error, call, expected", [
+    (game, error, call, seen) for game, error, calls, seen in RUNS for call in calls.split()])
+def test_a_run_keeps_its_promises(desk, game, error, call, expected):
+    assert make_image(desk, game, "none:1:1") == (0, "")
+    right, seen = desk.cdi.read_bytes(), set()
+    for status, said in each_failure(lambda calls: make_image(desk, game, calls), desk.root, call, error):
+        image = desk.cdi.exists() and desk.cdi.read_bytes()
+        promises = {
+            "a crash": status == 0 or status == 1 and said != "",
+            "a failure": status == 0,
+            "another image": image == right or status == 1 and (image == b"older" or "cdi4dc" in said),
+            "no program": any(p.read_bytes().upper().endswith(PLAIN.upper()) for p in desk.root.rglob("*.*")),
+            "no IP.BIN": "ELF" in game or [BODY] == [p.read_bytes()[112:] for p in desk.root.rglob("IP.BIN")],
+        }
+        seen |= {promise for promise, kept in promises.items() if not kept}
+    assert ", ".join(sorted(seen)) == expected
+
+
+@pytest.mark.parametrize("call, said", [
+    (f"open:0:{EROFS}", "Cannot read/write file - Already in use\n"),
+    (f"write:1:{EDQUOT}", "Run-time error: '61'\n\nDisk full\n"),
+    (f"close:0:{EIO}", "Run-time error: '57'\n\nDevice I/O error\n"),
+])
+def test_a_failure_is_told_although_the_telling_is_interrupted(desk, call, said):
+    assert make_image(desk, "ELF file", f"{call} write:2:{EINTR} write:0:0") == (1, said)
+
+
+@pytest.mark.parametrize("error, calls, expected", [
+    (EIO, "fallocate fstat ftruncate open pread pthread_create pwrite rename", {1}),
+    (EIO, "close", {0, 1}),  # of the file that is read, of the one that is written
+    (EIO, "realpath stat unlink", {0}),
+    (EINTR, "fallocate pread pwrite", {0}),
+    (0, "pread pwrite", {0}),
+    (EOPNOTSUPP, "fallocate", {0}),
+])
+@pytest.mark.parametrize("tool", ["scramble", "scramble -d", "cdi4dc"])
+def test_a_companion_leaves_the_right_file_or_the_older_one(build, tmp_path, tool, error, calls, expected):
+    def run(word):
+        out.write_bytes(b"older")
+        return build.run(name, *options, "in", "out", cwd=tmp_path, env=failing(build, name, word, tmp_path))
+    name, *options = tool.split()
+    out = tmp_path / "out"
+    (tmp_path / "in").write_bytes((b"\0" * 32768 + b"\1CD001\1" + PLAIN * 90)[:237 * 2048])
+    assert run("none:1:1") == (0, "")
+    right, statuses = out.read_bytes(), set()
+    for status, said in (end for call in calls.split() for end in each_failure(run, tmp_path, call, error)):
+        statuses.add(status)
+        assert out.read_bytes() == (b"older" if status else right)
+        assert said.startswith(f"{name}: ") if status else said == ""
+        assert not list(tmp_path.glob(".part-*"))
+    assert statuses == expected
