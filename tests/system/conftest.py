@@ -79,6 +79,7 @@ class Desk:
         self.build, self.root = build, root
         self.app, self.game, self.temp = root / "app", root / "my game", root / "temp"
         self.cdi = root / "out/demo.cdi"
+        self.private_temp = self.temp / ("" if build.is_windows else f"marrowvan-{os.getuid() or USER}")
         for folder in (self.app, self.game, self.temp, self.cdi.parent):
             folder.mkdir()
         self.marrowvan = self.app / build.program("marrowvan").name
@@ -110,9 +111,9 @@ class Desk:
         return {"user": USER, "group": USER, "extra_groups": []}
 
     def environment(self, changes=None):
-        host_temp = self.build.host_path(self.temp)
-        return {"TMPDIR": host_temp, "PRESS_OK_TEMP": host_temp} \
-            | ({} if self.build.is_windows else {"PATH": "/nonexistent"}) | (changes or {})
+        if self.build.is_windows:
+            return {"PRESS_OK_TEMP": self.build.host_path(self.temp)} | (changes or {})
+        return {"TMPDIR": self.temp, "PATH": "/nonexistent"} | (changes or {})
 
     def run(self, *arguments, env=None, **how):
         return self.build.run(self.marrowvan, *arguments, env=self.environment(env), **self.ordinary_user(), **how)
@@ -127,6 +128,16 @@ def names(folder):
 
 def pytest_addoption(parser):
     parser.addoption("--build", default=ROOT / "build/release", help="the build folder that is tested")
+
+
+def pytest_configure(config):
+    for host in ("posix", "windows"):
+        config.addinivalue_line("markers", f"{host}_only: is about something that no other host has")
+
+
+def pytest_collection_modifyitems(config, items):
+    other = "posix_only" if Build(config.getoption("--build")).is_windows else "windows_only"
+    items[:] = [item for item in items if not item.get_closest_marker(other)]
 
 
 @pytest.fixture(scope="session")
