@@ -28,43 +28,36 @@ class Build:
     """The programs of one build folder."""
 
     def __init__(self, folder):
-        self.root = ROOT
-        self.folder = Path(folder).resolve()
+        self.root, self.folder = ROOT, Path(folder).resolve()
         self.bin = self.folder / "bin"
         self.is_windows = (self.bin / "marrowvan.exe").exists()
         self.hello_elf = self.folder / "examples/hello.elf"
 
     def program(self, name):
         file = name + ".exe" if self.is_windows else name
-        places = (self.bin / file, self.folder / "tests" / file)
-        return next(path for path in places if path.exists())
+        return next(path for path in (self.bin / file, self.folder / "tests" / file) if path.exists())
 
     def host_path(self, path):
         """A path as the tested programs write it."""
-        return str(PureWindowsPath("Z:" + str(path))) if self.is_windows else str(path)
+        return str(PureWindowsPath(f"Z:{path}")) if self.is_windows else str(path)
 
-    def command(self, program, *arguments):
-        """Under Wine the boxes of the main program are answered, so nothing waits for a user."""
-        program = self.program(program) if isinstance(program, str) else program
-        items = [program, *arguments]
-        if self.is_windows and program.stem == "marrowvan":
-            items.insert(0, self.program("press_ok"))
-        starter = [ROOT / "scripts/wine"] if self.is_windows else []
-        return starter + [self.host_path(item) if isinstance(item, Path) else item for item in items]
+    def call(self, program, *arguments, env=None):
+        """What subprocess needs to start a program: nobody sits at a display, and boxes are answered."""
+        items = [self.program(program) if isinstance(program, str) else program, *arguments]
+        starter, nobody = [], {"DISPLAY": "", "WAYLAND_DISPLAY": ""}
+        if self.is_windows:
+            starter, nobody = [ROOT / "scripts/wine"], {}
+            if items[0].stem == "marrowvan":
+                items.insert(0, self.program("press_ok"))
+        variables = os.environ | {"LC_ALL": "C.UTF-8"} | nobody | (env or {})
+        return {"args": starter + [self.host_path(item) if isinstance(item, Path) else item for item in items],
+                "env": {name: str(value) for name, value in variables.items()}}
 
-    def environment(self, changes=None):
-        """Nobody sits at a display or a terminal; None among the changes takes a variable away."""
-        nobody = {} if self.is_windows else {"DISPLAY": None, "WAYLAND_DISPLAY": None}
-        wanted = os.environ | {"LC_ALL": "C.UTF-8"} | nobody | (changes or {})
-        return {name: str(value) for name, value in wanted.items() if value is not None}
-
-    def run(self, program, *arguments, cwd=None, env=None, input=None, **how):
+    def run(self, program, *arguments, env=None, input=None, **how):
         """Runs a program, named or by its path, to its end. A Path among the arguments becomes a host path."""
-        with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as typed:
-            typed.write((input or "").encode())
-            typed.seek(0)
-            ended = subprocess.run(self.command(program, *arguments), cwd=cwd, env=self.environment(env),
-                                   stdin=typed, stdout=output, stderr=output, timeout=TOO_LONG, **how)
+        with tempfile.TemporaryFile() as output:
+            ended = subprocess.run(**self.call(program, *arguments, env=env), **how, timeout=TOO_LONG,
+                                   input=(input or "").encode(), stdout=output, stderr=output)
             output.seek(0)
             said = output.read().decode(errors="surrogateescape").replace("\r", "")
         # These two kinds of message have an icon, and these alone.
@@ -73,37 +66,39 @@ class Build:
 
 
 class Desk:
-    """A portable folder of recording stand-ins, a game folder with an ELF file, an older image."""
+    """A portable folder of recording stand-ins, a game folder with an ELF file, older images of both kinds."""
 
     def __init__(self, build, root):
         self.build, self.root = build, root
         self.app, self.game, self.temp = root / "app", root / "my game", root / "temp"
-        self.cdi = root / "out/demo.cdi"
-        self.private_temp = self.temp / ("" if build.is_windows else f"marrowvan-{os.getuid() or USER}")
+        private_temp = self.temp if build.is_windows else self.temp / f"marrowvan-{os.getuid() or USER}"
+        self.cdi, self.iso = root / "out/demo.cdi", private_temp / "data.iso"
         for folder in (self.app, self.game, self.temp, self.cdi.parent):
             folder.mkdir()
-        self.marrowvan = self.app / build.program("marrowvan").name
-        shutil.copy(build.program("marrowvan"), self.marrowvan)
+        private_temp.mkdir(0o700, exist_ok=True)
+        self.program = self.tool("marrowvan")
+        shutil.copy(build.program("marrowvan"), self.program)
         for tool in TOOLS:
             shutil.copy(build.program("stand_in"), self.tool(tool))
         (self.app / "IP.TMPL").write_bytes(b"t" * 32768)
+        (self.app / "log").touch()
         (self.game / "demo.elf").write_bytes(b"\x7FELF")
-        self.cdi.write_bytes(b"older")
+        for older in (self.cdi, self.iso):
+            older.write_bytes(b"older")
 
     def tool(self, name):
-        return self.app / (name + self.marrowvan.suffix)
+        return self.app / (name + ".exe" if self.build.is_windows else name)
 
     def does(self, tool, behaviour):
         (self.app / f"{tool}.does").write_text(behaviour)
 
     @property
     def log(self):
-        """The tools that ran and their command lines, as they noted them."""
-        noted = self.app / "log"
-        return noted.read_text(errors="surrogateescape").splitlines() if noted.exists() else []
+        """The command lines of the tools that ran, as they noted them."""
+        return (self.app / "log").read_text(errors="surrogateescape").splitlines()
 
-    def ordinary_user(self):
-        """How subprocess has to start a program of this desk."""
+    def own_it(self):
+        """Has this desk belong to the user that its program runs as; gives how subprocess starts it so."""
         if self.build.is_windows or os.getuid() != 0:
             return {}
         for path in (self.root, *self.root.rglob("*")):
@@ -116,7 +111,11 @@ class Desk:
         return {"TMPDIR": self.temp, "PATH": "/nonexistent"} | (changes or {})
 
     def run(self, *arguments, env=None, **how):
-        return self.build.run(self.marrowvan, *arguments, env=self.environment(env), **self.ordinary_user(), **how)
+        return self.build.run(self.program, *arguments, env=self.environment(env), **self.own_it(), **how)
+
+    def start(self, *arguments, **how):
+        call = self.build.call(self.program, *arguments, env=self.environment())
+        return subprocess.Popen(**call, **self.own_it(), **how)
 
     def make_image(self, **how):
         return self.run("--dir", self.game, "--cdi", self.cdi, **how)

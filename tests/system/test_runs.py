@@ -1,427 +1,302 @@
-"""Whole runs of the built executable with recording stand-ins for the outside tools."""
+"""Whole runs of the built executable, with recording stand-ins for the outside tools."""
 
-import array
-import fcntl
 import os
 import pty
 import re
 import signal
 import subprocess
-import termios
 
 import pytest
 
 from conftest import TOOLS, names
 
-posix_only, windows_only = pytest.mark.posix_only, pytest.mark.windows_only
-row = pytest.param
+posix_only = pytest.mark.posix_only
 
 USAGE = ("Marrowvane 0.1\nUsage: marrowvan.exe "
          "[--cdi <dj_file>] [--dir <sb_dir>] [--cdvol <cd_volume>] [--coder <your_name>]\n")
 DONE = (0, "")
 CANCELLED = (1, USAGE)
-PLAIN_CODE = b"PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND"
-BUILT = ["1ST_READ.BIN", "IP.BIN"]  # what a whole run leaves in the game folder
+NOT_LOCATED = (1, "The DC bootfile could not be located!\n" + USAGE)
+FAILED = {tool: (1, f"Unknown error: {tool.removeprefix('sh-elf-')} failed!\n" + USAGE) for tool in TOOLS}
+FAILED["sh-elf-objcopy"] = (1, "Unknown error: sh-objcopy failed!\n" + USAGE)
+OLD_ISO = (1, "Unknown error: mkisofs ISO time mismatch!\n" + USAGE)
+OLD_CDI = (1, "Unknown error: cdi4dc CDI time mismatch!\n" + USAGE)
+NO_ACCESS = (1, "Cannot read/write file - Already in use\n")
+LOCKED = (1, "File locked by another application\n")
+TOO_LONG = (1, "Run-time error: '5'\n\nInvalid procedure call or argument\n")
+EMPTY = (1, "Run-time error: '9'\n\nSubscript out of range\n")
+IN_THE_WAY = (1, "Run-time error: '58'\n\nFile already exists\n")
+DISK_FULL = (1, "Run-time error: '61'\n\nDisk full\n")
+
+ELF, PLAIN_CODE = b"\x7FELF", b"PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND"
+BUILT = "1ST_READ.BIN IP.BIN"  # what a whole run leaves in the game folder
 
 
-def failed(message):
-    return 1, message + "\n" + USAGE
+def row(sentence, *values, marks=()):
+    return pytest.param(*values, id=sentence, marks=marks)
 
 
-def runtime_error(number, description):
-    return 1, f"Run-time error: '{number}'\n\n{description}\n"
+def posix_row(sentence, *values):
+    return row(sentence, *values, marks=posix_only)
 
 
-NO_ACCESS = 1, "Cannot read/write file - Already in use\n"
-OBJCOPY_FAILED = failed("Unknown error: sh-objcopy failed!")
-SCRAMBLE_FAILED = failed("Unknown error: scramble failed!")
-MKISOFS_FAILED = failed("Unknown error: mkisofs failed!")
-CDI4DC_FAILED = failed("Unknown error: cdi4dc failed!")
-MKISOFS_MISMATCH = failed("Unknown error: mkisofs ISO time mismatch!")
-CDI4DC_MISMATCH = failed("Unknown error: cdi4dc CDI time mismatch!")
-TOO_LONG_A_NAME = runtime_error(5, "Invalid procedure call or argument")
-
-
-def noted(desk, line):
-    """A command line as its stand-in notes it: to the character on Windows, else item by item."""
-    on_windows = desk.build.is_windows
-    folders = {"APP": desk.app, "GAME": desk.game, "TEMP": desk.private_temp, "CDI": desk.cdi}
-    for name, folder in folders.items():
-        line = line.replace(name, str(folder))
-    if on_windows:
-        return line.replace('"/', '"Z:/').replace("/", "\\")
-    items = re.findall(r'"([^"]*)"|([^" ]+)', line.replace(".exe", ""))
-    return "".join(f"[{quoted or plain}]" for quoted, plain in items)
-
-
-def put(place, content):
-    """Has a file stand on the desk before the run."""
-    return lambda desk: (desk.root / place).write_bytes(content)
-
-
-def boot_file(name, content):
-    """Has the game folder hold this boot file and no other."""
-    def prepare(desk):
-        (desk.game / "demo.elf").unlink()
-        (desk.game / name).write_bytes(content)
-    return prepare
-
-
-def out_of_date(path):
-    os.utime(path, (0, 0))
-
-
-# The tools and their arguments
-
-
-def test_tools_run_in_their_order_with_their_arguments_to_the_character(desk):
-    ended = desk.run("--dir", desk.game, "--cdi", desk.cdi, "--cdvol", "My  Volume")
-    assert ended == DONE
-    shown = " visible" if desk.build.is_windows else ""
-    assert desk.log == [noted(desk, line) + shown for line in (
-        '"APP/sh-elf-objcopy.exe" -O binary -R .stack "GAME/demo.elf" "TEMP/1ST_READ_UNSCRAMBLED.BIN"',
-        '"APP/scramble.exe" "TEMP/1ST_READ_UNSCRAMBLED.BIN" "GAME/1ST_READ.BIN"',
-    )] + [noted(desk, '"APP/mkisofs.exe" -G "APP/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume"'
-                ' -o "TEMP/data.iso" "GAME"') + shown + " IP.BIN is here",
-          noted(desk, '"APP/cdi4dc.exe" "TEMP/data.iso" "CDI"') + shown]
-    assert names(desk.game) == BUILT
-    assert desk.cdi.read_text() == "made by cdi4dc"
-    assert names(desk.private_temp) == []
-
-
-def test_an_unscrambled_boot_file_is_scrambled_in_place_with_nothing_shown(desk):
-    boot_file("1ST_READ.BIN", PLAIN_CODE)(desk)
-    assert desk.make_image() == DONE
-    line = noted(desk, '"APP/scramble.exe" "GAME/1ST_READ.BIN" "GAME/1ST_READ_scrambled.bin"')
-    assert desk.log[0] == line + (" hidden" if desk.build.is_windows else "")
-    assert (desk.game / "1ST_READ.BIN").read_text() == "made by scramble"
-    assert names(desk.game) == BUILT
-
-
-@pytest.mark.parametrize("behind_the_folder, volume", [
-    row("", "my game", id="the name of the folder"),
-    row("/", "", id="no name behind the separator", marks=posix_only),
-])
-def test_volume_without_an_option(desk, behind_the_folder, volume):
-    assert desk.run("--dir", f"{desk.build.host_path(desk.game)}{behind_the_folder}", "--cdi", desk.cdi) == DONE
-    assert re.search(r'-V\]? ?["\[](.*?)["\]]', desk.log[2])[1] == volume
-
-
-@posix_only
-@pytest.mark.parametrize("boot_name, speaker, said", [
-    row("demo.elf", "scramble", "scramble speaks\nscramble complains\n", id="shown: a tool of an ELF file"),
-    row("demo.elf", "mkisofs", "mkisofs speaks\nmkisofs complains\n", id="shown: mkisofs"),
-    row("1ST_READ.BIN", "scramble", "", id="hidden: the scrambling in place"),
-])
-def test_output_of_tools(desk, boot_name, speaker, said):
-    boot_file(boot_name, b"\x7FELF" if boot_name == "demo.elf" else PLAIN_CODE)(desk)
-    desk.does(speaker, "speak")
-    assert desk.make_image() == (0, said)
-
-
-# Tools that fail
-
-FAILURES = {  # a tool: the end without its output, what stays in the game folder, whether the older image does
-    "sh-elf-objcopy": (OBJCOPY_FAILED, ["demo.elf"], True),
-    "scramble": (SCRAMBLE_FAILED, [], True),
-    "mkisofs": (MKISOFS_FAILED, BUILT, True),
-    "cdi4dc": (CDI4DC_FAILED, BUILT, False),
-}
-
-
-@pytest.mark.parametrize("tool, behaviour, ends, left, older_stays", [
-    *(row(tool, "missing", *FAILURES[tool], id=f"{tool} is missing") for tool in TOOLS),
-    *(row(tool, "nothing", *FAILURES[tool], id=f"{tool} does nothing") for tool in TOOLS),
-    *(row(tool, "interrupt", *FAILURES[tool], id=f"{tool} is interrupted", marks=posix_only) for tool in TOOLS),
-    *(row(tool, "exit1", DONE, BUILT, False, id=f"{tool} complains behind its work") for tool in TOOLS),
-    row("mkisofs", "half", DONE, BUILT, False, id="mkisofs writes half an output, then dies"),
-    row("mkisofs", "old", MKISOFS_MISMATCH, BUILT, True, id="mkisofs makes an image of yesterday"),
-    row("cdi4dc", "old", CDI4DC_MISMATCH, BUILT, False, id="cdi4dc makes an image of yesterday"),
-])
-def test_a_tool_that_does_not_do_its_work(desk, tool, behaviour, ends, left, older_stays):
-    desk.does(tool, behaviour)
-    if behaviour == "missing":
-        desk.tool(tool).unlink()
-    assert desk.make_image() == ends
-    assert names(desk.game) == left
-    assert (desk.cdi.exists() and desk.cdi.read_text() == "older") == older_stays
-    assert not (desk.app / "IP.BIN").exists()
-
-
-@pytest.mark.parametrize("removable, tool, ends", [
-    row(True, "mkisofs", MKISOFS_FAILED, id="data.iso is removed before mkisofs runs"),
-    row(True, "cdi4dc", CDI4DC_FAILED, id="the image is removed before cdi4dc runs"),
-    row(False, "mkisofs", MKISOFS_MISMATCH, id="data.iso that mkisofs does not replace", marks=posix_only),
-    row(False, "cdi4dc", CDI4DC_MISMATCH, id="an image that cdi4dc does not replace", marks=posix_only),
-])
-def test_an_older_output_does_not_pass_for_a_new_one(desk, removable, tool, ends):
-    desk.private_temp.mkdir(0o700, exist_ok=True)
-    older = desk.cdi if tool == "cdi4dc" else desk.private_temp / "data.iso"
-    older.unlink(missing_ok=True)
-    older.touch() if removable else older.mkdir()
-    out_of_date(older)
-    desk.does(tool, "nothing")
-    assert desk.make_image() == ends
-    assert older.exists() != removable
-
-
-def test_an_elf_file_does_not_pass_for_its_scrambled_form(desk):
-    boot_file("1ST_READ.BIN", b"\x7FELF")(desk)
-    desk.does("scramble", "nothing")
-    assert desk.make_image() == SCRAMBLE_FAILED
-
-
-# Input
-
-
-@pytest.mark.parametrize("arguments, ends", [
-    row(["--help", "--dir", "{game}", "--cdi", "{cdi}"], (0, USAGE), id="a call for help"),
-    row(["--dir", "{root}none", "--cdi", "{cdi}"], CANCELLED, id="no such folder"),
-    row(["--dir", "{root}a--b", "--cdi", "{cdi}"], CANCELLED, id="dashes in a path"),
-    row(["--dir", "{root}temp", "--cdi", "{cdi}"], failed("The DC bootfile could not be located!"), id="no file"),
-    row(["--dir", "{game}demo.elf", "--cdi", "{cdi}"], failed("The DC bootfile could not be located!"), id="a file"),
-    row([], CANCELLED, id="no options", marks=posix_only),
-    row(["--dir", "{game}"], CANCELLED, id="no image", marks=posix_only),
-])
-def test_targets_that_cannot_be_used(desk, arguments, ends):
-    (desk.root / "a--b").mkdir()
-    places = {"root": desk.build.host_path(desk.root / "x")[:-1], "game": desk.build.host_path(desk.game / "x")[:-1],
-              "cdi": desk.build.host_path(desk.cdi)}
-    assert desk.run(*(argument.format(**places) for argument in arguments)) == ends
-    assert names(desk.game) == ["demo.elf"] and desk.log == []
-
-
-def access(place, mode):
-    return lambda desk: (desk.root / place).chmod(mode)
+# What stands there before a run
 
 
 def both(*steps):
     return lambda desk: [step(desk) for step in steps]
 
 
+def does(tool, behaviour):
+    return lambda desk: desk.does(tool, behaviour)
+
+
+def put(place, content, mode=0o644):
+    return lambda desk: ((desk.root / place).write_bytes(content), (desk.root / place).chmod(mode))
+
+
+def boot_file(name, content):
+    return both(gone("my game/demo.elf"), put("my game/" + name, content))
+
+
+def gone(place):
+    return lambda desk: (desk.root / place).rename(desk.root / "gone")
+
+
+def access(place, mode):
+    return lambda desk: (desk.root / place).chmod(mode)
+
+
+def old_folder(desk, path):
+    """A folder cannot be removed as a file, and so stays where a tool should write."""
+    path.unlink()
+    path.mkdir()
+    os.utime(path, (0, 0))
+
+
 @pytest.mark.parametrize("prepare, ends, left", [
-    row(boot_file("demo.elf", b"plain"), DONE, ["IP.BIN", "demo.elf"], id="an .elf that is none"),
-    row(boot_file("1ST_READ.BIN", b""), runtime_error(9, "Subscript out of range"), ["1ST_READ.BIN"],
-        id="a boot file of zero bytes"),
-    row(boot_file("sixteen-long.elf", b"x"), DONE, ["IP.BIN", "sixteen-long.elf"], id="a name of 16 characters"),
-    row(boot_file("seventeen-long.elf", b"x"), TOO_LONG_A_NAME, ["seventeen-long.elf"], id="a name of 17"),
-    row(both(boot_file("seventeen-long.elf", b"x"), put("my game/IP.BIN", b"i" * 32768)), TOO_LONG_A_NAME,
-        ["IP.BIN", "seventeen-long.elf"], id="a name of 17 beside an IP.BIN"),
-    row(both(boot_file("GAME", PLAIN_CODE), put("my game/IP.BIN", b"i" * 96 + b"GAME".ljust(16, b"\0"))), DONE,
-        ["GAME", "IP.BIN"], id="NULs behind the name in IP.BIN"),
-    row(both(put("my game/IP.BIN", b"i" * 112), access("my game/IP.BIN", 0o444)), NO_ACCESS,
-        ["IP.BIN", "demo.elf"], id="a read-only IP.BIN"),
-    row(put("app/IP.BIN", b"left"), runtime_error(58, "File already exists"), BUILT, id="IP.BIN beside the program"),
-    row(both(put("my game/1ST_READ.BIN", b"x"), lambda desk: (desk.game / "IP.BIN").mkdir()), NO_ACCESS, BUILT,
-        id="an IP.BIN that is a folder"),
-    row(lambda desk: desk.cdi.parent.rename(desk.root / "gone"), CDI4DC_FAILED, BUILT, id="no folder for the image"),
-    row(access("my game/demo.elf", 0o400), NO_ACCESS, ["demo.elf"], id="a read-only boot file"),
-    row(access("my game", 0o555), SCRAMBLE_FAILED, ["demo.elf"], id="a read-only folder", marks=posix_only),
-    row(both(put("app/log", b""), access("app", 0o555)), NO_ACCESS, BUILT, id="a read-only folder of the program",
-        marks=posix_only),
-    row(both(put("app/log", b""), lambda desk: (desk.app / "IP.TMPL").unlink(), access("app", 0o555)), NO_ACCESS,
-        ["1ST_READ.BIN"], id="the same without a template", marks=posix_only),
-    row(lambda desk: (desk.game / "IP.BIN").symlink_to("/dev/full"), runtime_error(61, "Disk full"), BUILT,
-        id="a full disk", marks=posix_only),
-    row(access("temp", 0o555), OBJCOPY_FAILED, ["demo.elf"], id="no temporary folder", marks=posix_only),
-    row(lambda desk: desk.private_temp.mkdir(0o750), OBJCOPY_FAILED, ["demo.elf"],
-        id="a temporary folder that others read", marks=posix_only),
+    *(row(f"{tool} does nothing", does(tool, "nothing"), FAILED[tool], left)
+      for tool, left in zip(TOOLS, ("demo.elf", "", BUILT, BUILT))),
+    *(posix_row(f"{tool} is interrupted", does(tool, "interrupt"), FAILED[tool], left)
+      for tool, left in zip(TOOLS, ("demo.elf", "1ST_READ.BIN", BUILT, BUILT))),
+    row("scramble is missing", lambda desk: desk.tool("scramble").unlink(), FAILED["scramble"], ""),
+    row("mkisofs writes half an image and is killed", does("mkisofs", "half"), DONE, BUILT),
+    row("mkisofs complains behind its work", does("mkisofs", "exit1"), DONE, BUILT),
+    row("mkisofs makes an image of yesterday", does("mkisofs", "old"), OLD_ISO, BUILT),
+    row("cdi4dc makes an image of yesterday", does("cdi4dc", "old"), OLD_CDI, BUILT),
+    posix_row("an old data.iso that mkisofs does not replace",
+              both(does("mkisofs", "nothing"), lambda desk: old_folder(desk, desk.iso)), OLD_ISO, BUILT),
+    posix_row("an old image that cdi4dc does not replace",
+              both(does("cdi4dc", "nothing"), lambda desk: old_folder(desk, desk.cdi)), OLD_CDI, BUILT),
+    row("an ELF file under the name of its scrambled form",
+        both(boot_file("1ST_READ.BIN", ELF), does("scramble", "nothing")), FAILED["scramble"], ""),
+    row("an .elf that is none", boot_file("demo.elf", b"plain"), DONE, "IP.BIN demo.elf"),
+    row("a boot file of zero bytes", boot_file("1ST_READ.BIN", b""), EMPTY, "1ST_READ.BIN"),
+    row("a name of 16 characters", boot_file("sixteen-long.elf", b"x"), DONE, "IP.BIN sixteen-long.elf"),
+    row("a name of 17", boot_file("seventeen-long.elf", b"x"), TOO_LONG, "seventeen-long.elf"),
+    row("NULs behind the name in IP.BIN",
+        both(boot_file("GAME", PLAIN_CODE), put("my game/IP.BIN", b"i" * 96 + b"GAME".ljust(16, b"\0"))),
+        DONE, "GAME IP.BIN"),
+    row("a read-only IP.BIN", put("my game/IP.BIN", b"i" * 112, 0o444), NO_ACCESS, "IP.BIN demo.elf"),
+    row("an IP.BIN beside the program", put("app/IP.BIN", b"left"), IN_THE_WAY, BUILT),
+    row("no folder for the image", gone("out"), FAILED["cdi4dc"], BUILT),
+    row("a read-only boot file", access("my game/demo.elf", 0o400), NO_ACCESS, "demo.elf"),
+    posix_row("a read-only folder", access("my game", 0o555), FAILED["scramble"], "demo.elf"),
+    posix_row("a read-only program folder", access("app", 0o555), NO_ACCESS, BUILT),
+    posix_row("the same without a template", both(gone("app/IP.TMPL"), access("app", 0o555)), NO_ACCESS,
+              "1ST_READ.BIN"),
+    posix_row("a full disk", lambda desk: (desk.game / "IP.BIN").symlink_to("/dev/full"), DISK_FULL, BUILT),
+    posix_row("a temporary folder that others read", lambda desk: desk.iso.parent.chmod(0o750),
+              FAILED["sh-elf-objcopy"], "demo.elf"),
 ])
-def test_bad_input(desk, prepare, ends, left):
+def test_a_run(desk, prepare, ends, left):
     prepare(desk)
     assert desk.make_image() == ends
-    assert names(desk.game) == left
+    assert names(desk.game) == left.split()
+    if ends == DONE:
+        assert desk.cdi.read_text() == "made by cdi4dc"
+    elif ends not in (FAILED["cdi4dc"], OLD_CDI):
+        assert desk.cdi.read_text() == "older"
+    assert ends == IN_THE_WAY or not (desk.app / "IP.BIN").exists()
 
 
-@windows_only
+@pytest.mark.windows_only
 def test_a_boot_file_that_another_program_holds(desk):
-    lock = {"PRESS_OK_LOCK": desk.build.host_path(desk.game / "demo.elf")}
-    assert desk.make_image(env=lock) == (1, "File locked by another application\n")
+    assert desk.make_image(env={"PRESS_OK_LOCK": desk.build.host_path(desk.game / "demo.elf")}) == LOCKED
 
 
-# Paths
+@pytest.mark.parametrize("folder, arguments, ends", [
+    row("a call for help", "my game", ["--help"], (0, USAGE)),
+    row("no such folder", "none", [], CANCELLED),
+    row("a folder without a boot file", "temp", [], NOT_LOCATED),
+    row("a file for a folder", "my game/demo.elf", [], NOT_LOCATED),
+])
+def test_targets_that_cannot_be_used(desk, folder, arguments, ends):
+    assert desk.run("--cdi", desk.cdi, *arguments, "--dir", desk.root / folder) == ends
+    assert names(desk.game) == ["demo.elf"] and desk.log == []
+
+
+# The tools' command lines
+
+
+def noted(desk, line):
+    """A command line as its stand-in notes it: to the character on Windows, else item by item."""
+    if desk.build.is_windows:
+        return line.replace('"/', '"Z:/').replace("/", "\\")
+    items = re.findall(r'"([^"]*)"|([^" ]+)', line.replace(".exe", ""))
+    return "".join(f"[{quoted or plain}]" for quoted, plain in items)
+
+
+def test_the_tools_run_in_their_order_with_their_arguments_to_the_character(desk):
+    app, game, temp = desk.app, desk.game, desk.iso.parent
+    shown = " visible" if desk.build.is_windows else ""
+    assert desk.run("--dir", game, "--cdi", desk.cdi, "--cdvol", "My  Volume") == DONE
+    assert desk.log == [
+        noted(desk, f'"{app}/sh-elf-objcopy.exe" -O binary -R .stack "{game}/demo.elf"'
+                    f' "{temp}/1ST_READ_UNSCRAMBLED.BIN"') + shown,
+        noted(desk, f'"{app}/scramble.exe" "{temp}/1ST_READ_UNSCRAMBLED.BIN" "{game}/1ST_READ.BIN"') + shown,
+        noted(desk, f'"{app}/mkisofs.exe" -G "{app}/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume"'
+                    f' -o "{desk.iso}" "{game}"') + shown + " IP.BIN is here",
+        noted(desk, f'"{app}/cdi4dc.exe" "{desk.iso}" "{desk.cdi}"') + shown]
+    assert names(game) == BUILT.split() and names(temp) == []
+
+
+def test_scrambling_in_place_is_hidden(desk):
+    boot_file("1ST_READ.BIN", PLAIN_CODE)(desk)
+    desk.does("scramble", "speak")
+    assert desk.make_image() == DONE
+    line = f'"{desk.app}/scramble.exe" "{desk.game}/1ST_READ.BIN" "{desk.game}/1ST_READ_scrambled.bin"'
+    assert desk.log[0] == noted(desk, line) + (" hidden" if desk.build.is_windows else "")
+    assert (desk.game / "1ST_READ.BIN").read_text() == "made by scramble"
+
+
+@posix_only
+@pytest.mark.parametrize("tool", TOOLS)
+def test_other_output_of_tools_is_shown(desk, tool):
+    desk.does(tool, "speak")
+    assert desk.make_image() == (0, f"{tool} speaks\n{tool} complains\n")
 
 
 @pytest.mark.parametrize("name", [
-    row("a b  c", id="blanks"),
-    row("caf\xE9", id="a letter of the code page"),
-    row("a\\b", id="a backslash", marks=posix_only),
-    row("a-b'$x&;*?", id="what a shell reads", marks=posix_only),
-    row("\u65E5", id="a letter of no code page", marks=posix_only),
-    row("\udcff\udcfe\udc80 x", id="bytes that are no text", marks=posix_only),
+    row("blanks", "a b  c"),
+    row("a letter of the code page", "caf\xE9"),
+    posix_row("what a shell reads", "a-b\\'$x&;*?"),
+    posix_row("letters of no code page, and bytes of no text", "\u65E5\udcff\udcfe\udc80 x"),
 ])
 def test_paths_of_all_kinds(desk, name):
     desk.game = desk.game.rename(desk.root / name)
     desk.cdi = desk.cdi.with_name(name + ".cdi")
     assert desk.make_image() == DONE
     assert desk.cdi.read_text() == "made by cdi4dc"
-    in_code_page = name.encode("cp1252").decode(errors="surrogateescape") if desk.build.is_windows else name
+    in_code_page = name.replace("\xE9", "\udce9") if desk.build.is_windows else name
     assert re.search(r'-V\]? ?["\[](.*?)["\]]', desk.log[2])[1] == in_code_page
 
 
 @posix_only
-def test_the_program_on_another_volume_than_the_game(desk, new_desk):
+def test_a_program_on_another_volume_in_a_folder_that_reads_like_options(desk, new_desk):
     other = new_desk("/dev/shm")
     assert other.root.stat().st_dev != desk.root.stat().st_dev
-    desk.ordinary_user()
+    desk.own_it()
+    odd_folder = other.app.rename(other.root / "x--help--dir nowhere")
+    other.program = odd_folder / "marrowvan"
     assert other.run("--dir", desk.game, "--cdi", desk.cdi) == DONE
     assert (desk.game / "IP.BIN").stat().st_size == 32768
-
-
-@posix_only
-def test_the_path_of_the_program_holds_no_options(desk):
-    desk.app = desk.app.rename(desk.root / "x--help--dir nowhere")
-    desk.marrowvan = desk.app / "marrowvan"
-    assert desk.make_image() == DONE
 
 
 # Whoever starts it
 
 
-def start(desk, *arguments, **how):
-    command = desk.build.command(desk.marrowvan, *arguments)
-    environment = desk.build.environment(desk.environment())
-    return subprocess.Popen(command, env=environment, **desk.ordinary_user(), **how)
-
-
 @posix_only
-def test_a_message_never_goes_into_a_file(desk):
+def test_without_open_descriptors_a_message_goes_into_no_file(desk):
     boot_file("1ST_READ.BIN", b"")(desk)
-
-    def close_all():
-        os.closerange(0, 3)
-    assert start(desk, "--dir", desk.game, "--cdi", "x", preexec_fn=close_all).wait() == 1
+    process = desk.start("--dir", desk.game, "--cdi", "x", preexec_fn=lambda: os.closerange(0, 3))
+    assert process.wait() == 1
     assert (desk.game / "1ST_READ.BIN").read_bytes() == b""
 
 
 @posix_only
-@pytest.mark.parametrize("arguments, status", [row(["--help"], 0, id="help"), row(["--dir", "none"], 1, id="a failure")])
-def test_nobody_reads_the_messages(desk, arguments, status):
+def test_a_message_that_nobody_reads(desk):
     reader, writer = os.pipe()
     os.close(reader)
-    ended = start(desk, *arguments, stdin=subprocess.DEVNULL, stderr=writer).wait()
-    os.close(writer)
-    assert ended == status
+    assert desk.start("--dir", "none", "--cdi", "x", stdin=subprocess.DEVNULL, stderr=writer).wait() == 1
 
 
 @posix_only
-@pytest.mark.parametrize("ignored, tool_goes_on, ends", [
-    row(True, True, DONE, id="ignored by the starter: neither the run nor the tool notices"),
-    row(False, False, MKISOFS_FAILED, id="otherwise it ends the tool, and the run behind it"),
+@pytest.mark.parametrize("action, ends", [
+    row("ignored by the starter, and so by the run and the tool", signal.SIG_IGN, DONE),
+    row("not ignored", signal.SIG_DFL, FAILED["mkisofs"]),
 ])
-def test_an_interrupt(desk, ignored, tool_goes_on, ends):
+def test_an_interrupt_while_a_tool_runs(desk, action, ends):
     desk.does("mkisofs", "interrupt")
-    action = signal.SIG_IGN if ignored else signal.SIG_DFL
     assert desk.make_image(preexec_fn=lambda: signal.signal(signal.SIGINT, action)) == ends
-    assert ("mkisofs goes on" in desk.log) == tool_goes_on
+    assert ("mkisofs goes on" in desk.log) == (action == signal.SIG_IGN)
 
 
-class Terminal:
-    """The user's terminal, on which something was typed before the program asks."""
-
-    def __init__(self, typed):
-        self.user, self.program = pty.openpty()
-        self.type(typed)
-
-    def type(self, text):
-        os.write(self.user, text.encode())
-
-    def start(self, desk, *arguments):
-        return start(desk, *arguments, stdin=self.program, stdout=self.program, stderr=self.program)
-
-    def shown(self):
-        return os.read(self.user, 65536).decode()
-
-    def unread(self):
-        count = array.array("i", [0])
-        fcntl.ioctl(self.program, termios.FIONREAD, count)
-        return count[0]
-
-
-@posix_only
-@pytest.mark.parametrize("typed, questions, status", [
-    row("\n" "\n", 1, 1, id="an empty line is a cancel, and the usage message waits for Enter"),
-    row("\x04" "\n", 1, 1, id="the end of input is a cancel"),
-    row("{game}\n" "\n" "\n", 2, 1, id="an empty line cancels the second question"),
-    row("{game}\n" "{cdi}\n", 2, 0, id="two answers"),
-])
-def test_questions_at_a_terminal(desk, typed, questions, status):
-    terminal = Terminal(typed.format(game=desk.game, cdi=desk.cdi))
-    assert terminal.start(desk).wait() == status
-    shown = terminal.shown()
-    both_questions = ("Choose the folder to selfboot... ", "Save your DiscJuggler file as... ")
-    assert [question in shown for question in both_questions] == [True, questions == 2]
-    assert ("Usage: " in shown) == (status == 1)
-    assert terminal.unread() == 0
-    assert desk.cdi.read_text() == ("made by cdi4dc" if status == 0 else "older")
+def start_at_a_terminal(desk, typed, *arguments):
+    user, program = pty.openpty()
+    os.write(user, typed.encode())
+    return user, program, desk.start(*arguments, stdin=program, stdout=program, stderr=program)
 
 
 @posix_only
 def test_an_interrupt_while_no_tool_runs_ends_the_run(desk):
     desk.does("scramble", "nothing")
-    terminal = Terminal("")
-    process = terminal.start(desk, "--dir", desk.game, "--cdi", desk.cdi)
-    shown = ""
-    while "scramble failed!" not in shown:
-        shown += terminal.shown()
+    user, _, process = start_at_a_terminal(desk, "", "--dir", desk.game, "--cdi", desk.cdi)
+    while b"scramble failed!" not in os.read(user, 4096):
+        pass
     process.send_signal(signal.SIGINT)
-    terminal.type("\n\n")
+    os.write(user, b"\n\n")
     assert process.wait() == -signal.SIGINT
+
+
+@posix_only
+@pytest.mark.parametrize("typed, status, shown", [
+    row("an empty line is a cancel, and the message waits for Enter", "\n\n", 1, ["Choose", "Usage"]),
+    row("the end of input is a cancel", "\x04\n", 1, ["Choose", "Usage"]),
+    row("an empty line cancels the second question", "{game}\n\n\n", 1, ["Choose", "Save", "Usage"]),
+    row("two answers", "{game}\n{cdi}\n", 0, ["Choose", "Save"]),
+])
+def test_questions_at_a_terminal(desk, typed, status, shown):
+    user, program, process = start_at_a_terminal(desk, typed.format(game=desk.game, cdi=desk.cdi))
+    assert process.wait() == status
+    asked = "(Choose) the folder to selfboot... |(Save) your DiscJuggler file as... |(Usage): "
+    assert ["".join(words) for words in re.findall(asked, os.read(user, 65536).decode())] == shown
+    os.set_blocking(program, False)
+    with pytest.raises(BlockingIOError):
+        os.read(program, 1)  # nothing that was typed is left
+    assert desk.cdi.read_text() == ("older" if status else "made by cdi4dc")
 
 
 # At a display
 
 ZENITY = """#!/bin/sh
-for item; do printf '[%s]' "$item"; done >> "$NOTES"
-echo >> "$NOTES"
-case "$*" in *--directory*) printf '%s\\n' "$FOLDER" ;; *--save*) printf '%s\\n' "$IMAGE" ;; esac
+{ for item; do printf '[%s]' "$item"; done; echo; } >> "$NOTES"
+case $* in *--directory*) echo "$FOLDER" ;; *--save*) echo "$IMAGE" ;; esac
 exit $STATUS
 """
-
-
-@pytest.fixture
-def zenity(desk):
-    """Answers the questions of a run at a display, and notes what it was asked to show."""
-    (desk.root / "zenity").write_text(ZENITY)
-    (desk.root / "zenity").chmod(0o755)
-    notes = desk.root / "notes"
-
-    def run(*arguments, status=0, folder=desk.game, image=desk.cdi, **how):
-        environment = {"DISPLAY": ":none", "PATH": f"{desk.root}:/usr/bin:/bin", "NOTES": notes, "STATUS": status,
-                       "FOLDER": folder, "IMAGE": image}
-        return desk.run(*arguments, env=environment, **how), notes.read_text().split("]\n")[:-1]
-    return run
-
-
 ASK_FOLDER = "[--file-selection][--title=Choose the folder to selfboot...][--directory"
 ASK_FILE = ("[--file-selection][--title=Save your DiscJuggler file as...][--save"
             "][--file-filter=DiscJuggler (*.cdi) | *.cdi][--file-filter=All files (*.*) | *")
-SHOW_USAGE = "[--info][--no-markup][--title=][--text=" + USAGE[:-1]
+TELL_ERROR = "[--error][--no-markup][--title=][--text=" + NOT_LOCATED[1].split("\n")[0]
+TELL_USAGE = "[--info][--no-markup][--title=][--text=" + USAGE.strip()
 
 
 @posix_only
-def test_answers_given_to_zenity(desk, zenity):
-    assert zenity() == (DONE, [ASK_FOLDER, ASK_FILE])
-    assert desk.cdi.read_text() == "made by cdi4dc"
-
-
-@posix_only
-def test_children_that_the_starter_ignored(zenity):
-    ended, _ = zenity(preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
-    assert ended == DONE
-
-
-@posix_only
-def test_a_cancel_in_zenity(desk, zenity):
-    ended, notes = zenity(status=1)
-    assert ended == CANCELLED and notes == [ASK_FOLDER, SHOW_USAGE]
-    assert names(desk.game) == ["demo.elf"]
-
-
-@posix_only
-def test_messages_in_zenity_are_no_markup(desk, zenity):
-    desk.marrowvan = desk.marrowvan.rename(desk.app / "<b>&amp")
-    ended, notes = zenity("--dir", desk.temp, "--cdi", desk.cdi)
-    assert ended == (1, "")
-    assert notes == ["[--error][--no-markup][--title=][--text=The DC bootfile could not be located!",
-                     SHOW_USAGE.replace("marrowvan.exe", "<b>&amp.exe")]
+@pytest.mark.parametrize("arguments, status, children, ends, asked", [
+    row("two answers", [], 0, signal.SIG_DFL, 0, [ASK_FOLDER, ASK_FILE]),
+    row("two answers, children ignored by the starter", [], 0, signal.SIG_IGN, 0, [ASK_FOLDER, ASK_FILE]),
+    row("a cancel", [], 1, signal.SIG_DFL, 1, [ASK_FOLDER, TELL_USAGE]),
+    row("a failure", ["--cdi", "x", "--dir", "/proc/self"], 0, signal.SIG_DFL, 1, [TELL_ERROR, TELL_USAGE]),
+])
+def test_a_run_at_a_display(desk, arguments, status, children, ends, asked):
+    """The name of the program would be markup if the messages were."""
+    desk.program = desk.program.rename(desk.app / "<b>&amp")
+    (desk.root / "zenity").write_text(ZENITY)
+    (desk.root / "zenity").chmod(0o755)
+    notes = desk.root / "notes"
+    environment = {"DISPLAY": ":none", "PATH": f"{desk.root}:/usr/bin:/bin", "NOTES": notes, "STATUS": status,
+                   "FOLDER": desk.game, "IMAGE": desk.cdi}
+    ended = desk.run(*arguments, env=environment, preexec_fn=lambda: signal.signal(signal.SIGCHLD, children))
+    assert ended.status == ends
+    assert notes.read_text().replace("<b>&amp", "marrowvan").split("]\n") == [*asked, ""]
+    assert desk.cdi.read_text() == ("older" if ends else "made by cdi4dc")
