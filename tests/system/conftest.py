@@ -70,7 +70,7 @@ class Desk:
 
     def __init__(self, build, root):
         self.build, self.root = build, root
-        self.app, self.game, self.temp = root / "app", root / "my game", root / "temp"
+        self.app, self.game, self.temp = root / "app", root / "game", root / "temp"
         private_temp = self.temp if build.is_windows else self.temp / f"marrowvan-{os.getuid() or USER}"
         self.cdi, self.iso = root / "out/demo.cdi", private_temp / "data.iso"
         for folder in (self.app, self.game, self.temp, self.cdi.parent):
@@ -88,9 +88,6 @@ class Desk:
 
     def tool(self, name):
         return self.app / (name + ".exe" if self.build.is_windows else name)
-
-    def does(self, tool, behaviour):
-        (self.app / f"{tool}.does").write_text(behaviour)
 
     @property
     def log(self):
@@ -113,8 +110,8 @@ class Desk:
     def run(self, *arguments, env=None, **how):
         return self.build.run(self.program, *arguments, env=self.environment(env), **self.own_it(), **how)
 
-    def start(self, *arguments, **how):
-        call = self.build.call(self.program, *arguments, env=self.environment())
+    def start(self, *arguments, env=None, **how):
+        call = self.build.call(self.program, *arguments, env=self.environment(env))
         return subprocess.Popen(**call, **self.own_it(), **how)
 
     def make_image(self, **how):

@@ -12,34 +12,23 @@
 
 namespace {
 
+constexpr int TextControl = 0xFFFF, IconControl = 1088;
+
 std::string TextOf(HWND window) {
   std::array<char, 1024> text{};
   ::GetWindowTextA(window, text.data(), static_cast<int>(text.size()));
   return text.data();
 }
 
-/// A box without an icon has an empty place for one.
-bool HasIcon(HWND box) {
-  HWND icon = nullptr;
-  for (HWND child = ::GetWindow(box, GW_CHILD); child != nullptr; child = ::GetWindow(child, GW_HWNDNEXT)) {
-    const bool isIcon = (::GetWindowLongA(child, GWL_STYLE) & SS_TYPEMASK) == SS_ICON;
-    if (isIcon && ::IsWindowVisible(child)) icon = child;
-  }
-  return icon != nullptr && ::SendMessageA(icon, STM_GETICON, 0, 0) != 0;
-}
-
 BOOL CALLBACK Answer(HWND window, LPARAM process) {
   DWORD owner = 0;
   ::GetWindowThreadProcessId(window, &owner);
-  std::array<char, 16> kind{};
-  ::GetClassNameA(window, kind.data(), static_cast<int>(kind.size()));
-  const HWND text = ::GetDlgItem(window, 0xFFFF);
-  const bool isBox = owner == static_cast<DWORD>(process) && std::string(kind.data()) == "#32770";
-  if (!isBox || text == nullptr || !::IsWindowVisible(window)) return TRUE;
+  const HWND text = ::GetDlgItem(window, TextControl);
+  if (owner != static_cast<DWORD>(process) || text == nullptr || !::IsWindowVisible(window)) return TRUE;
 
-  const std::string caption = TextOf(window);
-  std::printf("%s%s%s\n", HasIcon(window) ? "[icon] " : "", TextOf(text).c_str(),
-              caption.empty() ? "" : (" [caption " + caption + "]").c_str());
+  // A box without an icon has an empty place for one.
+  const bool hasIcon = ::SendDlgItemMessageA(window, IconControl, STM_GETICON, 0, 0) != 0;
+  std::printf("%s%s%s\n", hasIcon ? "[icon] " : "", TextOf(text).c_str(), TextOf(window).c_str());
   std::fflush(stdout);
   // Where OK is the only button, it has the number of the one that cancels.
   ::PostMessageA(window, WM_COMMAND, ::GetDlgItem(window, IDOK) != nullptr ? IDOK : IDCANCEL, 0);
@@ -62,14 +51,12 @@ int main(int, char** argv) {
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
-  if (!::CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
-                        &startup, &process)) {
-    std::printf("%s did not start\n", line.c_str());
+  const DWORD flags = DETACHED_PROCESS;
+  if (!::CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, flags, nullptr, nullptr, &startup,
+                        &process))
     return 99;
-  }
-  while (::WaitForSingleObject(process.hProcess, 10) == WAIT_TIMEOUT) {
+  while (::WaitForSingleObject(process.hProcess, 10) == WAIT_TIMEOUT)
     ::EnumWindows(Answer, static_cast<LPARAM>(process.dwProcessId));
-  }
   DWORD status = 0;
   ::GetExitCodeProcess(process.hProcess, &status);
   return static_cast<int>(status);

@@ -1,9 +1,9 @@
-// Stands in for an outside tool. It notes its command line in the file "log" beside itself, creates its
-// output, and does what the file "<its name>.does" says instead or as well:
-//   nothing    ends at once                         old        dates its output back by a day
-//   exit1      ends with an exit status of 1        half       writes half its output, then is killed
-//   speak      says so on both outputs              interrupt  as from the keyboard: the starter and this
-//   tool bridge     leaves the work to whoever takes the file "request" away
+// Stands in for an outside tool: notes its command line in the file "log" beside itself, creates its output,
+// and does what the file "<its name>.does" says instead or as well:
+//   nothing    ends at once                    half       writes half its output, then dies of a signal
+//   exit1      ends with an exit status of 1   old        dates its output back by a day
+//   speak      says so on both outputs         interrupt  as from the keyboard: its starter and itself
+//   bridge     leaves the work to whoever takes the file "request" away
 
 #ifdef _WIN32
 #include <windows.h>
@@ -22,28 +22,15 @@
 
 namespace {
 
+std::string CommandLine([[maybe_unused]] const std::vector<std::string>& items) {
 #ifdef _WIN32
-std::string CommandLine(const std::vector<std::string>&) {
   return ::GetCommandLineA() + std::string(::IsWindowVisible(::GetConsoleWindow()) ? " visible" : " hidden");
-}
-void KillThisProcess() {
-  ::TerminateProcess(::GetCurrentProcess(), 9);
-}
-void InterruptBoth() {}
 #else
-std::string CommandLine(const std::vector<std::string>& items) {
   std::string line;
   for (const std::string& item : items) line += "[" + item + "]";
   return line;
-}
-void KillThisProcess() {
-  ::raise(SIGKILL);
-}
-void InterruptBoth() {
-  ::kill(::getppid(), SIGINT);
-  ::raise(SIGINT);
-}
 #endif
+}
 
 void LeaveToTheBridge(const std::filesystem::path& folder, const std::vector<std::string>& items) {
   std::ofstream request(folder / "request.part", std::ios::binary);
@@ -58,34 +45,34 @@ void LeaveToTheBridge(const std::filesystem::path& folder, const std::vector<std
 
 int main(int argc, char** argv) {
   const std::vector<std::string> items(argv, argv + argc);
-  const std::filesystem::path self = argv[0];
-  const std::filesystem::path folder = self.parent_path();
+  const std::filesystem::path self = argv[0], folder = self.parent_path();
   const std::string tool = self.stem().string();
   std::ofstream log(folder / "log", std::ios::app | std::ios::binary);
   log << CommandLine(items) << (std::filesystem::exists(folder / "IP.BIN") ? " IP.BIN is here" : "")
       << std::endl;
 
-  std::string behaviour;
-  std::ifstream(folder / (tool + ".does")) >> behaviour;
-  if (behaviour == "nothing") return 0;
-  if (behaviour == "speak") std::cout << tool << " speaks\n" << std::flush;
-  if (behaviour == "speak") std::cerr << tool << " complains\n";
-  if (behaviour == "bridge") return LeaveToTheBridge(folder, items), 0;
+  std::string does;
+  std::ifstream(folder / (tool + ".does")) >> does;
+  if (does == "nothing") return 0;
+  if (does == "bridge") return LeaveToTheBridge(folder, items), 0;
+  if (does == "speak") std::cout << tool << " speaks" << std::endl;
+  if (does == "speak") std::cerr << tool << " complains" << std::endl;
 
   std::string output = items.back();
   for (std::size_t i = 0; i + 1 < items.size(); ++i) {
     if (items[i] == "-o") output = items[i + 1];
   }
   std::ofstream(output) << "made by ";
-  if (behaviour == "half") KillThisProcess();
+  if (does == "half") std::raise(SIGTERM);
   std::ofstream(output, std::ios::app) << tool;
-  if (behaviour == "old") {
-    const auto now = std::filesystem::file_time_type::clock::now();
-    std::filesystem::last_write_time(output, now - std::chrono::hours(24));
-  }
-  if (behaviour == "interrupt") {
-    InterruptBoth();
+  const auto yesterday = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24);
+  if (does == "old") std::filesystem::last_write_time(output, yesterday);
+  if (does == "interrupt") {
+#ifndef _WIN32
+    ::kill(::getppid(), SIGINT);
+#endif
+    std::raise(SIGINT);
     log << tool << " goes on" << std::endl;
   }
-  return behaviour == "exit1" ? 1 : 0;
+  return does == "exit1" ? 1 : 0;
 }

@@ -14,22 +14,17 @@ posix_only = pytest.mark.posix_only
 
 USAGE = ("Marrowvane 0.1\nUsage: marrowvan.exe "
          "[--cdi <dj_file>] [--dir <sb_dir>] [--cdvol <cd_volume>] [--coder <your_name>]\n")
-DONE = (0, "")
-CANCELLED = (1, USAGE)
-NOT_LOCATED = (1, "The DC bootfile could not be located!\n" + USAGE)
-FAILED = {tool: (1, f"Unknown error: {tool.removeprefix('sh-elf-')} failed!\n" + USAGE) for tool in TOOLS}
-FAILED["sh-elf-objcopy"] = (1, "Unknown error: sh-objcopy failed!\n" + USAGE)
-OLD_ISO = (1, "Unknown error: mkisofs ISO time mismatch!\n" + USAGE)
-OLD_CDI = (1, "Unknown error: cdi4dc CDI time mismatch!\n" + USAGE)
-NO_ACCESS = (1, "Cannot read/write file - Already in use\n")
-LOCKED = (1, "File locked by another application\n")
-TOO_LONG = (1, "Run-time error: '5'\n\nInvalid procedure call or argument\n")
-EMPTY = (1, "Run-time error: '9'\n\nSubscript out of range\n")
-IN_THE_WAY = (1, "Run-time error: '58'\n\nFile already exists\n")
-DISK_FULL = (1, "Run-time error: '61'\n\nDisk full\n")
-
-ELF, PLAIN_CODE = b"\x7FELF", b"PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND"
+NOT_LOCATED = "The DC bootfile could not be located!\n" + USAGE
+NO_ACCESS = "Cannot read/write file - Already in use\n"
 BUILT = "1ST_READ.BIN IP.BIN"  # what a whole run leaves in the game folder
+PLAIN_CODE = "PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND"
+AS_1ST_READ = "rm game/demo.elf; printf '%s' > game/1ST_READ.BIN"
+FAILURES = (("sh-elf-objcopy", "sh-objcopy failed!", "demo.elf"), ("scramble", "scramble failed!", ""),
+            ("mkisofs", "mkisofs failed!", BUILT), ("cdi4dc", "cdi4dc failed!", BUILT))
+
+
+def unknown_error(message):
+    return f"Unknown error: {message}\n{USAGE}"
 
 
 def row(sentence, *values, marks=()):
@@ -40,140 +35,106 @@ def posix_row(sentence, *values):
     return row(sentence, *values, marks=posix_only)
 
 
-# What stands there before a run
+def prepare(desk, script):
+    subprocess.run(["sh", "-ec", script], cwd=desk.root, check=True)
 
 
-def both(*steps):
-    return lambda desk: [step(desk) for step in steps]
-
-
-def does(tool, behaviour):
-    return lambda desk: desk.does(tool, behaviour)
-
-
-def put(place, content, mode=0o644):
-    return lambda desk: ((desk.root / place).write_bytes(content), (desk.root / place).chmod(mode))
-
-
-def boot_file(name, content):
-    return both(gone("my game/demo.elf"), put("my game/" + name, content))
-
-
-def gone(place):
-    return lambda desk: (desk.root / place).rename(desk.root / "gone")
-
-
-def access(place, mode):
-    return lambda desk: (desk.root / place).chmod(mode)
-
-
-def old_folder(desk, path):
-    """A folder cannot be removed as a file, and so stays where a tool should write."""
-    path.unlink()
-    path.mkdir()
-    os.utime(path, (0, 0))
-
-
-@pytest.mark.parametrize("prepare, ends, left", [
-    *(row(f"{tool} does nothing", does(tool, "nothing"), FAILED[tool], left)
-      for tool, left in zip(TOOLS, ("demo.elf", "", BUILT, BUILT))),
-    *(posix_row(f"{tool} is interrupted", does(tool, "interrupt"), FAILED[tool], left)
-      for tool, left in zip(TOOLS, ("demo.elf", "1ST_READ.BIN", BUILT, BUILT))),
-    row("scramble is missing", lambda desk: desk.tool("scramble").unlink(), FAILED["scramble"], ""),
-    row("mkisofs writes half an image and is killed", does("mkisofs", "half"), DONE, BUILT),
-    row("mkisofs complains behind its work", does("mkisofs", "exit1"), DONE, BUILT),
-    row("mkisofs makes an image of yesterday", does("mkisofs", "old"), OLD_ISO, BUILT),
-    row("cdi4dc makes an image of yesterday", does("cdi4dc", "old"), OLD_CDI, BUILT),
-    posix_row("an old data.iso that mkisofs does not replace",
-              both(does("mkisofs", "nothing"), lambda desk: old_folder(desk, desk.iso)), OLD_ISO, BUILT),
-    posix_row("an old image that cdi4dc does not replace",
-              both(does("cdi4dc", "nothing"), lambda desk: old_folder(desk, desk.cdi)), OLD_CDI, BUILT),
-    row("an ELF file under the name of its scrambled form",
-        both(boot_file("1ST_READ.BIN", ELF), does("scramble", "nothing")), FAILED["scramble"], ""),
-    row("an .elf that is none", boot_file("demo.elf", b"plain"), DONE, "IP.BIN demo.elf"),
-    row("a boot file of zero bytes", boot_file("1ST_READ.BIN", b""), EMPTY, "1ST_READ.BIN"),
-    row("a name of 16 characters", boot_file("sixteen-long.elf", b"x"), DONE, "IP.BIN sixteen-long.elf"),
-    row("a name of 17", boot_file("seventeen-long.elf", b"x"), TOO_LONG, "seventeen-long.elf"),
-    row("NULs behind the name in IP.BIN",
-        both(boot_file("GAME", PLAIN_CODE), put("my game/IP.BIN", b"i" * 96 + b"GAME".ljust(16, b"\0"))),
-        DONE, "GAME IP.BIN"),
-    row("a read-only IP.BIN", put("my game/IP.BIN", b"i" * 112, 0o444), NO_ACCESS, "IP.BIN demo.elf"),
-    row("an IP.BIN beside the program", put("app/IP.BIN", b"left"), IN_THE_WAY, BUILT),
-    row("no folder for the image", gone("out"), FAILED["cdi4dc"], BUILT),
-    row("a read-only boot file", access("my game/demo.elf", 0o400), NO_ACCESS, "demo.elf"),
-    posix_row("a read-only folder", access("my game", 0o555), FAILED["scramble"], "demo.elf"),
-    posix_row("a read-only program folder", access("app", 0o555), NO_ACCESS, BUILT),
-    posix_row("the same without a template", both(gone("app/IP.TMPL"), access("app", 0o555)), NO_ACCESS,
-              "1ST_READ.BIN"),
-    posix_row("a full disk", lambda desk: (desk.game / "IP.BIN").symlink_to("/dev/full"), DISK_FULL, BUILT),
-    posix_row("a temporary folder that others read", lambda desk: desk.iso.parent.chmod(0o750),
-              FAILED["sh-elf-objcopy"], "demo.elf"),
+@pytest.mark.parametrize("what_stands_there, said, left", [
+    *(row(f"{tool} does nothing", f"echo nothing > app/{tool}.does", unknown_error(message), left)
+      for tool, message, left in FAILURES),
+    *(posix_row(f"{tool} is interrupted", f"echo interrupt > app/{tool}.does", unknown_error(message), left)
+      for tool, message, left in FAILURES if tool != "scramble"),
+    row("scramble is missing", "rm app/scramble*", unknown_error("scramble failed!"), ""),
+    row("mkisofs writes half an image and dies", "echo half > app/mkisofs.does", "", BUILT),
+    row("mkisofs complains behind its work", "echo exit1 > app/mkisofs.does", "", BUILT),
+    row("mkisofs makes an image of yesterday", "echo old > app/mkisofs.does",
+        unknown_error("mkisofs ISO time mismatch!"), BUILT),
+    row("cdi4dc makes an image of yesterday", "echo old > app/cdi4dc.does",
+        unknown_error("cdi4dc CDI time mismatch!"), BUILT),
+    posix_row("an old data.iso that mkisofs does not replace, being a folder",
+              "echo nothing > app/mkisofs.does; cd temp/*; rm data.iso; mkdir data.iso; touch -d 2001-01-01 data.iso",
+              unknown_error("mkisofs ISO time mismatch!"), BUILT),
+    posix_row("an old image that cdi4dc does not replace, being a folder",
+              "echo nothing > app/cdi4dc.does; rm out/*; mkdir out/demo.cdi; touch -d 2001-01-01 out/demo.cdi",
+              unknown_error("cdi4dc CDI time mismatch!"), BUILT),
+    row("an ELF file named as its scrambled form", "mv game/demo.elf game/1ST_READ.BIN; echo nothing > app/scramble.does",
+        unknown_error("scramble failed!"), ""),
+    row("an .elf that is none", "echo plain > game/demo.elf", "", "IP.BIN demo.elf"),
+    row("a boot file of zero bytes", AS_1ST_READ % "", "Run-time error: '9'\n\nSubscript out of range\n",
+        "1ST_READ.BIN"),
+    row("a name of 17 characters", "mv game/demo.elf game/seventeen-long.elf; echo x > game/seventeen-long.elf",
+        "Run-time error: '5'\n\nInvalid procedure call or argument\n", "seventeen-long.elf"),
+    row("NULs behind the name in IP.BIN", "mv game/demo.elf game/GAME; printf '%096dGAME\\0\\0\\0\\0' > game/IP.BIN", "",
+        BUILT),
+    row("a read-only IP.BIN", "printf %0112d > game/IP.BIN; chmod 444 game/IP.BIN", NO_ACCESS, "IP.BIN demo.elf"),
+    row("an IP.BIN beside the program", "echo left > app/IP.BIN", "Run-time error: '58'\n\nFile already exists\n", BUILT),
+    row("no folder for the image", "rm -r out", unknown_error("cdi4dc failed!"), BUILT),
+    row("a read-only boot file", "chmod 400 game/demo.elf", NO_ACCESS, "demo.elf"),
+    posix_row("a read-only folder", "chmod 555 game", unknown_error("scramble failed!"), "demo.elf"),
+    posix_row("a read-only program folder", "chmod 555 app", NO_ACCESS, BUILT),
+    posix_row("the same without a template", "rm app/IP.TMPL; chmod 555 app", NO_ACCESS, "1ST_READ.BIN"),
+    posix_row("a full disk", "ln -s /dev/full game/IP.BIN", "Run-time error: '61'\n\nDisk full\n", BUILT),
+    posix_row("a temporary folder that others read", "chmod 750 temp/*", unknown_error("sh-objcopy failed!"), "demo.elf"),
 ])
-def test_a_run(desk, prepare, ends, left):
-    prepare(desk)
-    assert desk.make_image() == ends
+def test_a_run(desk, what_stands_there, said, left):
+    prepare(desk, what_stands_there)
+    assert desk.make_image() == (1 if said else 0, said)
     assert names(desk.game) == left.split()
-    if ends == DONE:
-        assert desk.cdi.read_text() == "made by cdi4dc"
-    elif ends not in (FAILED["cdi4dc"], OLD_CDI):
-        assert desk.cdi.read_text() == "older"
-    assert ends == IN_THE_WAY or not (desk.app / "IP.BIN").exists()
+    if "cdi4dc" not in said:
+        assert desk.cdi.read_text() == ("older" if said else "made by cdi4dc")
+    assert "already exists" in said or not (desk.app / "IP.BIN").exists()
 
 
 @pytest.mark.windows_only
 def test_a_boot_file_that_another_program_holds(desk):
-    assert desk.make_image(env={"PRESS_OK_LOCK": desk.build.host_path(desk.game / "demo.elf")}) == LOCKED
+    lock = {"PRESS_OK_LOCK": desk.build.host_path(desk.game / "demo.elf")}
+    assert desk.make_image(env=lock) == (1, "File locked by another application\n")
 
 
-@pytest.mark.parametrize("folder, arguments, ends", [
-    row("a call for help", "my game", ["--help"], (0, USAGE)),
-    row("no such folder", "none", [], CANCELLED),
-    row("a folder without a boot file", "temp", [], NOT_LOCATED),
-    row("a file for a folder", "my game/demo.elf", [], NOT_LOCATED),
+@pytest.mark.parametrize("arguments, folder, ends", [
+    row("a call for help", ["--help"], "game", (0, USAGE)),
+    row("no such folder", [], "none", (1, USAGE)),
+    row("a folder without a boot file", [], "temp", (1, NOT_LOCATED)),
+    row("a file for a folder", [], "game/demo.elf", (1, NOT_LOCATED)),
 ])
-def test_targets_that_cannot_be_used(desk, folder, arguments, ends):
-    assert desk.run("--cdi", desk.cdi, *arguments, "--dir", desk.root / folder) == ends
+def test_targets_that_cannot_be_used(desk, arguments, folder, ends):
+    assert desk.run(*arguments, "--cdi", desk.cdi, "--dir", desk.root / folder) == ends
     assert names(desk.game) == ["demo.elf"] and desk.log == []
 
 
-# The tools' command lines
-
-
-def noted(desk, line):
+def noted(desk, line, shown=True):
     """A command line as its stand-in notes it: to the character on Windows, else item by item."""
     if desk.build.is_windows:
-        return line.replace('"/', '"Z:/').replace("/", "\\")
+        return line.replace('"/', '"Z:/').replace("/", "\\") + (" visible" if shown else " hidden")
     items = re.findall(r'"([^"]*)"|([^" ]+)', line.replace(".exe", ""))
     return "".join(f"[{quoted or plain}]" for quoted, plain in items)
 
 
 def test_the_tools_run_in_their_order_with_their_arguments_to_the_character(desk):
-    app, game, temp = desk.app, desk.game, desk.iso.parent
-    shown = " visible" if desk.build.is_windows else ""
-    assert desk.run("--dir", game, "--cdi", desk.cdi, "--cdvol", "My  Volume") == DONE
+    desk.game = desk.game.rename(desk.root / "my game")
+    assert desk.run("--dir", desk.game, "--cdi", desk.cdi, "--cdvol", "My  Volume") == (0, "")
+    app, game, raw = desk.app, desk.game, desk.iso.with_name("1ST_READ_UNSCRAMBLED.BIN")
     assert desk.log == [
-        noted(desk, f'"{app}/sh-elf-objcopy.exe" -O binary -R .stack "{game}/demo.elf"'
-                    f' "{temp}/1ST_READ_UNSCRAMBLED.BIN"') + shown,
-        noted(desk, f'"{app}/scramble.exe" "{temp}/1ST_READ_UNSCRAMBLED.BIN" "{game}/1ST_READ.BIN"') + shown,
-        noted(desk, f'"{app}/mkisofs.exe" -G "{app}/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume"'
-                    f' -o "{desk.iso}" "{game}"') + shown + " IP.BIN is here",
-        noted(desk, f'"{app}/cdi4dc.exe" "{desk.iso}" "{desk.cdi}"') + shown]
-    assert names(game) == BUILT.split() and names(temp) == []
+        noted(desk, f'"{app}/sh-elf-objcopy.exe" -O binary -R .stack "{game}/demo.elf" "{raw}"'),
+        noted(desk, f'"{app}/scramble.exe" "{raw}" "{game}/1ST_READ.BIN"'),
+        noted(desk, f'"{app}/mkisofs.exe" -G "{app}/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume" -o "{desk.iso}"'
+                    f' "{game}"') + " IP.BIN is here",
+        noted(desk, f'"{app}/cdi4dc.exe" "{desk.iso}" "{desk.cdi}"')]
+    assert names(game) == BUILT.split() and names(desk.iso.parent) == []
 
 
 def test_scrambling_in_place_is_hidden(desk):
-    boot_file("1ST_READ.BIN", PLAIN_CODE)(desk)
-    desk.does("scramble", "speak")
-    assert desk.make_image() == DONE
+    prepare(desk, AS_1ST_READ % PLAIN_CODE + "; echo speak > app/scramble.does")
+    assert desk.make_image() == (0, "")
     line = f'"{desk.app}/scramble.exe" "{desk.game}/1ST_READ.BIN" "{desk.game}/1ST_READ_scrambled.bin"'
-    assert desk.log[0] == noted(desk, line) + (" hidden" if desk.build.is_windows else "")
+    assert desk.log[0] == noted(desk, line, shown=False)
     assert (desk.game / "1ST_READ.BIN").read_text() == "made by scramble"
 
 
 @posix_only
 @pytest.mark.parametrize("tool", TOOLS)
 def test_other_output_of_tools_is_shown(desk, tool):
-    desk.does(tool, "speak")
+    prepare(desk, f"echo speak > app/{tool}.does")
     assert desk.make_image() == (0, f"{tool} speaks\n{tool} complains\n")
 
 
@@ -184,9 +145,8 @@ def test_other_output_of_tools_is_shown(desk, tool):
     posix_row("letters of no code page, and bytes of no text", "\u65E5\udcff\udcfe\udc80 x"),
 ])
 def test_paths_of_all_kinds(desk, name):
-    desk.game = desk.game.rename(desk.root / name)
-    desk.cdi = desk.cdi.with_name(name + ".cdi")
-    assert desk.make_image() == DONE
+    desk.game, desk.cdi = desk.game.rename(desk.root / name), desk.cdi.with_name(name + ".cdi")
+    assert desk.make_image() == (0, "")
     assert desk.cdi.read_text() == "made by cdi4dc"
     in_code_page = name.replace("\xE9", "\udce9") if desk.build.is_windows else name
     assert re.search(r'-V\]? ?["\[](.*?)["\]]', desk.log[2])[1] == in_code_page
@@ -197,9 +157,8 @@ def test_a_program_on_another_volume_in_a_folder_that_reads_like_options(desk, n
     other = new_desk("/dev/shm")
     assert other.root.stat().st_dev != desk.root.stat().st_dev
     desk.own_it()
-    odd_folder = other.app.rename(other.root / "x--help--dir nowhere")
-    other.program = odd_folder / "marrowvan"
-    assert other.run("--dir", desk.game, "--cdi", desk.cdi) == DONE
+    other.program = other.app.rename(other.root / "x--help--dir nowhere") / "marrowvan"
+    assert other.run("--dir", desk.game, "--cdi", desk.cdi) == (0, "")
     assert (desk.game / "IP.BIN").stat().st_size == 32768
 
 
@@ -208,7 +167,7 @@ def test_a_program_on_another_volume_in_a_folder_that_reads_like_options(desk, n
 
 @posix_only
 def test_without_open_descriptors_a_message_goes_into_no_file(desk):
-    boot_file("1ST_READ.BIN", b"")(desk)
+    prepare(desk, AS_1ST_READ % "")
     process = desk.start("--dir", desk.game, "--cdi", "x", preexec_fn=lambda: os.closerange(0, 3))
     assert process.wait() == 1
     assert (desk.game / "1ST_READ.BIN").read_bytes() == b""
@@ -223,11 +182,11 @@ def test_a_message_that_nobody_reads(desk):
 
 @posix_only
 @pytest.mark.parametrize("action, ends", [
-    row("ignored by the starter, and so by the run and the tool", signal.SIG_IGN, DONE),
-    row("not ignored", signal.SIG_DFL, FAILED["mkisofs"]),
+    row("ignored by the starter, and so by the run and the tool", signal.SIG_IGN, (0, "")),
+    row("not ignored", signal.SIG_DFL, (1, unknown_error("mkisofs failed!"))),
 ])
 def test_an_interrupt_while_a_tool_runs(desk, action, ends):
-    desk.does("mkisofs", "interrupt")
+    prepare(desk, "echo interrupt > app/mkisofs.does")
     assert desk.make_image(preexec_fn=lambda: signal.signal(signal.SIGINT, action)) == ends
     assert ("mkisofs goes on" in desk.log) == (action == signal.SIG_IGN)
 
@@ -240,7 +199,7 @@ def start_at_a_terminal(desk, typed, *arguments):
 
 @posix_only
 def test_an_interrupt_while_no_tool_runs_ends_the_run(desk):
-    desk.does("scramble", "nothing")
+    prepare(desk, "echo nothing > app/scramble.does")
     user, _, process = start_at_a_terminal(desk, "", "--dir", desk.game, "--cdi", desk.cdi)
     while b"scramble failed!" not in os.read(user, 4096):
         pass
@@ -277,7 +236,7 @@ exit $STATUS
 ASK_FOLDER = "[--file-selection][--title=Choose the folder to selfboot...][--directory"
 ASK_FILE = ("[--file-selection][--title=Save your DiscJuggler file as...][--save"
             "][--file-filter=DiscJuggler (*.cdi) | *.cdi][--file-filter=All files (*.*) | *")
-TELL_ERROR = "[--error][--no-markup][--title=][--text=" + NOT_LOCATED[1].split("\n")[0]
+TELL_ERROR = "[--error][--no-markup][--title=][--text=" + NOT_LOCATED.split("\n")[0]
 TELL_USAGE = "[--info][--no-markup][--title=][--text=" + USAGE.strip()
 
 
