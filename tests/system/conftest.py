@@ -3,6 +3,7 @@
 `pytest tests/system -k WORD` tests build/release; `--build FOLDER` another build.
 """
 
+import atexit
 import os
 import re
 import shutil
@@ -137,8 +138,24 @@ def pytest_collection_modifyitems(config, items):
 
 
 @pytest.fixture(scope="session")
+def display():
+    """A display of the tests' own, so that no key and no box goes astray."""
+    if "MARROWVANE_TEST_DISPLAY" in os.environ:  # the present one is for tests
+        return os.environ["DISPLAY"]
+    number, told = os.pipe()
+    command = ["Xvfb", "-displayfd", str(told), "-screen", "0", "1100x960x24"]
+    server = subprocess.Popen(command, pass_fds=[told], stderr=subprocess.DEVNULL)
+    atexit.register(server.terminate)
+    os.environ["DISPLAY"] = ":" + os.read(number, 16).decode().strip()
+    return os.environ["DISPLAY"]
+
+
+@pytest.fixture(scope="session")
 def build(request):
-    return Build(request.config.getoption("--build"))
+    tested = Build(request.config.getoption("--build"))
+    if tested.is_windows:
+        request.getfixturevalue("display")
+    return tested
 
 
 @pytest.fixture

@@ -1,0 +1,96 @@
+"""The main job with the real tools, from the example's ELF file to a processor that runs what was packed."""
+
+import shutil
+import subprocess
+import threading
+from pathlib import Path, PureWindowsPath
+
+import pytest
+
+import disc_reference
+
+
+def path_here(item):
+    return "/" + PureWindowsPath(item).relative_to("Z:\\").as_posix() if item.startswith("Z:\\") else item
+
+
+def run_requests(app, stop):
+    """Runs on this machine the tools that their stand-ins on Windows leave to it, and keeps the ISO image."""
+    while not stop.wait(0.005):
+        if (app / "request").exists():
+            tool, *arguments = map(path_here, (app / "request").read_text().splitlines())
+            subprocess.run([Path(tool).stem, *arguments], check=False, stderr=subprocess.DEVNULL)
+            if "-o" in arguments:
+                shutil.copy(arguments[arguments.index("-o") + 1], app / "kept.iso")
+            (app / "request").unlink()
+
+
+@pytest.fixture(scope="module")
+def job(build, tmp_path_factory):
+    """The folder in which one whole run took place."""
+    folder = tmp_path_factory.mktemp("job")
+    app, game = folder / "app", folder / "my game"
+    shutil.copytree(build.bin, app)
+    shutil.copytree(build.root / "examples/hello/data", game)
+    shutil.copy(build.hello_elf, game)
+    for tool in ("sh-elf-objcopy", "mkisofs") if build.is_windows else ():
+        shutil.copy(build.program("stand_in"), app / f"{tool}.exe")
+        (app / f"{tool}.does").write_text("bridge")
+
+    stop = threading.Event()
+    bridge = threading.Thread(target=run_requests, args=(app, stop))
+    bridge.start()
+    ended = build.run(app / build.program("marrowvan").name, "--dir", game, "--cdi", folder / "hello.cdi",
+                      "--cdvol", "Hello", "--coder", "Me",
+                      env={"TMPDIR" if not build.is_windows else "PRESS_OK_TEMP": build.host_path(folder)})
+    stop.set()
+    bridge.join()
+    assert ended.status == 0 and "Usage" not in ended.said
+    image = disc_reference.read_image(folder / "hello.cdi")
+    (folder / "hello.iso").write_bytes(image.iso)
+    return folder
+
+
+def isoinfo(job, *arguments):
+    return subprocess.check_output(["isoinfo", "-N", "11702", "-i", job / "hello.iso", *arguments])
+
+
+def plain_program(build, job):
+    subprocess.run(["sh-elf-objcopy", "-O", "binary", "-R", ".stack", build.hello_elf, job / "plain.bin"], check=True)
+    return (job / "plain.bin").read_bytes()
+
+
+def test_the_image_is_the_folder_behind_its_boot_sector(build, job):
+    boot_sector = (job / "my game/IP.BIN").read_bytes()
+    assert (job / "hello.iso").read_bytes()[:32768] == boot_sector
+    assert boot_sector[256:] == (build.bin / "IP.TMPL").read_bytes()[256:]
+    assert sorted(isoinfo(job, "-R", "-f").decode().split("\n")[:-1]) == [
+        "/1ST_READ.BIN", "/about.txt", "/levels", "/levels/first.txt", "/levels/second level.txt"]
+    assert build.run("cdicheck", job / "hello.cdi").said.endswith("No problems found.\n")
+
+
+@pytest.mark.windows_only
+def test_the_image_holds_all_that_mkisofs_made(job):
+    assert (job / "hello.iso").read_bytes() == (job / "app/kept.iso").read_bytes()
+
+
+def test_the_boot_file_is_the_scrambled_program(build, job):
+    assert isoinfo(job, "-x", "/1ST_READ.BIN;1") == disc_reference.scramble(plain_program(build, job))
+
+
+def test_the_packed_program_runs(build, job):
+    (job / "boot.bin").write_bytes((job / "hello.iso").read_bytes()[:32768])
+    (job / "packed.bin").write_bytes(isoinfo(job, "-x", "/1ST_READ.BIN;1"))
+    assert build.run("scramble", "-d", job / "packed.bin", job / "program.bin") == (0, "")
+    loads = ("file=boot.bin,addr=0x0c008000,force-raw=on", "file=program.bin,addr=0x0c010000,force-raw=on",
+             "addr=0xac008300,cpu-num=0")
+    command = ["qemu-system-sh4", "-M", "r2d", "-nodefaults", "-net", "none", "-display", "none", "-monitor",
+               "none", "-serial", "null", "-serial", "stdio"]
+    for load in loads:
+        command += ["-device", "loader," + load]
+    machine = subprocess.Popen(command, cwd=job, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+    watch = threading.Timer(60, machine.kill)
+    watch.start()
+    assert machine.stdout.readline() == b"Marrowvane hello\r\n"
+    machine.kill()
+    watch.cancel()
