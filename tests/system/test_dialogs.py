@@ -1,6 +1,7 @@
 """The real dialogs of the built executable, driven by the keyboard."""
 
 import os
+import shutil
 import subprocess
 import time
 from pathlib import Path
@@ -53,20 +54,22 @@ def press_return_until(condition):
 
 @pytest.fixture
 def desk(build, new_desk):
-    """One that a few keys lead to, in Wine's tree of folders as well."""
-    if not build.is_windows:
-        return new_desk()
-    drive = subprocess.check_output([build.root / "scripts/wine", "winepath", "-u", "C:\\"], text=True)
-    return new_desk(Path(drive.strip()).resolve())
+    """One whose game folder a few keys lead to, under Wine in the drive C."""
+    desk = new_desk()
+    cache = os.environ.get("XDG_CACHE_HOME", Path.home() / ".cache")
+    prefix = os.environ.get("WINEPREFIX", f"{cache}/marrowvane/wine-prefix")
+    place = Path(prefix) / "drive_c" if build.is_windows else desk.root
+    desk.game = Path(shutil.move(desk.game, place / "zz caf\xE9 game"))
+    yield desk
+    shutil.rmtree(desk.game)
 
 
 @pytest.fixture
 def run(desk, display):
     """A run without options, and nobody else who presses OK."""
-    desk.game = desk.game.rename(desk.root / "zz caf\xE9 game")
     desk.program = desk.program.rename(desk.program.with_stem("by_hand"))
-    environment = {"DISPLAY": display, "TMPDIR": desk.temp, "GSETTINGS_BACKEND": "memory"}
-    call = desk.build.call(desk.program, env=environment)
+    environment = {"DISPLAY": display, "PATH": os.environ["PATH"], "GSETTINGS_BACKEND": "memory"}
+    call = desk.build.call(desk.program, env=desk.environment(environment))
     process = subprocess.Popen(**call, stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     yield process
     process.kill()
@@ -75,10 +78,8 @@ def run(desk, display):
 def choose_folder(desk):
     title = ASK_FOLDER[desk.build.is_windows]
     take_focus(title)
-    if desk.build.is_windows:  # from the desktop to "My Computer", to the drive C, to the folders by their names
+    if desk.build.is_windows:  # from the desktop to "My Computer", to the drive C, to the folder by its name
         press("shift+Tab", "Home", "Down", "Down", "Down", "Right", "Down", "Right")
-        type_in(desk.root.name)
-        press("Right")
         type_in("zz")
     else:
         type_in(str(desk.game))
@@ -94,7 +95,7 @@ def name_file(desk):
 def test_a_folder_and_a_file_are_chosen(desk, run):
     choose_folder(desk)
     name_file(desk)
-    assert run.wait() == 0
+    assert until(lambda: run.poll() is not None) and run.returncode == 0
     assert desk.cdi.read_text() == "made by cdi4dc" and (desk.game / "1ST_READ.BIN").exists()
 
 
