@@ -51,11 +51,11 @@ class Build:
             if items[0].stem == "marrowvan":
                 items.insert(0, self.program("press_ok"))
         variables = os.environ | {"LC_ALL": "C.UTF-8"} | nobody | (env or {})
-        return {"args": starter + [self.host_path(item) if isinstance(item, Path) else item for item in items],
-                "env": {name: str(value) for name, value in variables.items()}}
+        items = [self.host_path(item) if isinstance(item, Path) else item for item in items]
+        return {"args": starter + items, "env": {name: str(value) for name, value in variables.items()}}
 
     def run(self, program, *arguments, env=None, input=None, **how):
-        """Runs a program, named or by its path, to its end. A Path among the arguments becomes a host path."""
+        """Runs a program, named or by its path, to its end. Each Path becomes a path of the host."""
         with tempfile.TemporaryFile() as output:
             ended = subprocess.run(**self.call(program, *arguments, env=env), **how, timeout=TOO_LONG,
                                    input=(input or "").encode(), stdout=output, stderr=output)
@@ -67,7 +67,7 @@ class Build:
 
 
 class Desk:
-    """A portable folder of recording stand-ins, a game folder with an ELF file, older images of both kinds."""
+    """A portable folder of recording stand-ins, a game folder with an ELF file, and older outputs."""
 
     def __init__(self, build, root):
         self.build, self.root = build, root

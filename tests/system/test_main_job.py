@@ -40,9 +40,9 @@ def job(build, tmp_path_factory):
     stop = threading.Event()
     bridge = threading.Thread(target=run_requests, args=(app, stop))
     bridge.start()
+    temp = {"PRESS_OK_TEMP" if build.is_windows else "TMPDIR": build.host_path(folder)}
     ended = build.run(app / build.program("marrowvan").name, "--dir", game, "--cdi", folder / "hello.cdi",
-                      "--cdvol", "Hello", "--coder", "Me",
-                      env={"TMPDIR" if not build.is_windows else "PRESS_OK_TEMP": build.host_path(folder)})
+                      "--cdvol", "Hello", "--coder", "Me", env=temp)
     stop.set()
     bridge.join()
     assert ended.status == 0 and "Usage" not in ended.said
@@ -55,42 +55,31 @@ def isoinfo(job, *arguments):
     return subprocess.check_output(["isoinfo", "-N", "11702", "-i", job / "hello.iso", *arguments])
 
 
-def plain_program(build, job):
-    subprocess.run(["sh-elf-objcopy", "-O", "binary", "-R", ".stack", build.hello_elf, job / "plain.bin"], check=True)
-    return (job / "plain.bin").read_bytes()
-
-
 def test_the_image_is_the_folder_behind_its_boot_sector(build, job):
     boot_sector = (job / "my game/IP.BIN").read_bytes()
     assert (job / "hello.iso").read_bytes()[:32768] == boot_sector
     assert boot_sector[256:] == (build.bin / "IP.TMPL").read_bytes()[256:]
-    assert sorted(isoinfo(job, "-R", "-f").decode().split("\n")[:-1]) == [
+    assert sorted(isoinfo(job, "-R", "-f").decode().splitlines()) == [
         "/1ST_READ.BIN", "/about.txt", "/levels", "/levels/first.txt", "/levels/second level.txt"]
-    assert build.run("cdicheck", job / "hello.cdi").said.endswith("No problems found.\n")
+    if build.is_windows:
+        assert (job / "hello.iso").read_bytes() == (job / "app/kept.iso").read_bytes()
 
 
-@pytest.mark.windows_only
-def test_the_image_holds_all_that_mkisofs_made(job):
-    assert (job / "hello.iso").read_bytes() == (job / "app/kept.iso").read_bytes()
-
-
-def test_the_boot_file_is_the_scrambled_program(build, job):
-    assert isoinfo(job, "-x", "/1ST_READ.BIN;1") == disc_reference.scramble(plain_program(build, job))
-
-
-def test_the_packed_program_runs(build, job):
-    (job / "boot.bin").write_bytes((job / "hello.iso").read_bytes()[:32768])
-    (job / "packed.bin").write_bytes(isoinfo(job, "-x", "/1ST_READ.BIN;1"))
+def test_the_boot_file_is_the_scrambled_program_and_runs(build, job):
+    packed, plain = isoinfo(job, "-x", "/1ST_READ.BIN;1"), job / "plain.bin"
+    (job / "packed.bin").write_bytes(packed)
     assert build.run("scramble", "-d", job / "packed.bin", job / "program.bin") == (0, "")
-    loads = ("file=boot.bin,addr=0x0c008000,force-raw=on", "file=program.bin,addr=0x0c010000,force-raw=on",
-             "addr=0xac008300,cpu-num=0")
-    command = ["qemu-system-sh4", "-M", "r2d", "-nodefaults", "-net", "none", "-display", "none", "-monitor",
-               "none", "-serial", "null", "-serial", "stdio"]
-    for load in loads:
-        command += ["-device", "loader," + load]
-    machine = subprocess.Popen(command, cwd=job, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
-    watch = threading.Timer(60, machine.kill)
-    watch.start()
-    assert machine.stdout.readline() == b"Marrowvane hello\r\n"
-    machine.kill()
-    watch.cancel()
+    objcopy = ["sh-elf-objcopy", "-O", "binary", "-R", ".stack", build.hello_elf, plain]
+    subprocess.run(objcopy, check=True)
+    assert (job / "program.bin").read_bytes() == plain.read_bytes()
+    assert packed == disc_reference.scramble(plain.read_bytes())
+
+    machine = ("timeout 60 qemu-system-sh4 -M r2d -nodefaults -net none -display none -monitor none -serial null"
+               " -serial stdio -device loader,file=hello.boot,addr=0x0c008000,force-raw=on"
+               " -device loader,file=program.bin,addr=0x0c010000,force-raw=on"
+               " -device loader,addr=0xac008300,cpu-num=0")
+    (job / "hello.boot").write_bytes((job / "hello.iso").read_bytes()[:32768])
+    with subprocess.Popen(machine.split(), cwd=job, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE) as running:
+        spoken = running.stdout.readline()
+        running.terminate()
+    assert spoken == b"Marrowvane hello\r\n"

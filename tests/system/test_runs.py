@@ -52,29 +52,34 @@ def prepare(desk, script):
     row("cdi4dc makes an image of yesterday", "echo old > app/cdi4dc.does",
         unknown_error("cdi4dc CDI time mismatch!"), BUILT),
     posix_row("an old data.iso that mkisofs does not replace, being a folder",
-              "echo nothing > app/mkisofs.does; cd temp/*; rm data.iso; mkdir data.iso; touch -d 2001-01-01 data.iso",
+              "echo nothing > app/mkisofs.does; cd temp/*; rm *; mkdir data.iso; touch -d 2001-1-1 *",
               unknown_error("mkisofs ISO time mismatch!"), BUILT),
     posix_row("an old image that cdi4dc does not replace, being a folder",
-              "echo nothing > app/cdi4dc.does; rm out/*; mkdir out/demo.cdi; touch -d 2001-01-01 out/demo.cdi",
+              "echo nothing > app/cdi4dc.does; cd out; rm *; mkdir demo.cdi; touch -d 2001-1-1 *",
               unknown_error("cdi4dc CDI time mismatch!"), BUILT),
-    row("an ELF file named as its scrambled form", "mv game/demo.elf game/1ST_READ.BIN; echo nothing > app/scramble.does",
+    row("an ELF file named as its scrambled form",
+        "mv game/demo.elf game/1ST_READ.BIN; echo nothing > app/scramble.does",
         unknown_error("scramble failed!"), ""),
     row("an .elf that is none", "echo plain > game/demo.elf", "", "IP.BIN demo.elf"),
     row("a boot file of zero bytes", AS_1ST_READ % "", "Run-time error: '9'\n\nSubscript out of range\n",
         "1ST_READ.BIN"),
-    row("a name of 17 characters", "mv game/demo.elf game/seventeen-long.elf; echo x > game/seventeen-long.elf",
+    row("a name of 17 characters", "rm game/demo.elf; echo x > game/seventeen-long.elf",
         "Run-time error: '5'\n\nInvalid procedure call or argument\n", "seventeen-long.elf"),
-    row("NULs behind the name in IP.BIN", "mv game/demo.elf game/GAME; printf '%096dGAME\\0\\0\\0\\0' > game/IP.BIN", "",
-        BUILT),
-    row("a read-only IP.BIN", "printf %0112d > game/IP.BIN; chmod 444 game/IP.BIN", NO_ACCESS, "IP.BIN demo.elf"),
-    row("an IP.BIN beside the program", "echo left > app/IP.BIN", "Run-time error: '58'\n\nFile already exists\n", BUILT),
+    row("NULs behind the name in IP.BIN",
+        f"rm game/*; echo {PLAIN_CODE} > game/GAME; printf '%096dGAME\\0\\0\\0\\0' > game/IP.BIN",
+        "", "GAME IP.BIN"),
+    row("a read-only IP.BIN", "echo > game/IP.BIN; chmod 444 game/IP.BIN", NO_ACCESS, "IP.BIN demo.elf"),
+    row("an IP.BIN beside the program", "echo left > app/IP.BIN",
+        "Run-time error: '58'\n\nFile already exists\n", BUILT),
     row("no folder for the image", "rm -r out", unknown_error("cdi4dc failed!"), BUILT),
     row("a read-only boot file", "chmod 400 game/demo.elf", NO_ACCESS, "demo.elf"),
     posix_row("a read-only folder", "chmod 555 game", unknown_error("scramble failed!"), "demo.elf"),
     posix_row("a read-only program folder", "chmod 555 app", NO_ACCESS, BUILT),
     posix_row("the same without a template", "rm app/IP.TMPL; chmod 555 app", NO_ACCESS, "1ST_READ.BIN"),
     posix_row("a full disk", "ln -s /dev/full game/IP.BIN", "Run-time error: '61'\n\nDisk full\n", BUILT),
-    posix_row("a temporary folder that others read", "chmod 750 temp/*", unknown_error("sh-objcopy failed!"), "demo.elf"),
+    posix_row("a temporary folder that others read", "chmod 750 temp/*",
+              unknown_error("sh-objcopy failed!"), "demo.elf"),
+    row("no boot file", "rm game/*", NOT_LOCATED, ""),
 ])
 def test_a_run(desk, what_stands_there, said, left):
     prepare(desk, what_stands_there)
@@ -91,15 +96,10 @@ def test_a_boot_file_that_another_program_holds(desk):
     assert desk.make_image(env=lock) == (1, "File locked by another application\n")
 
 
-@pytest.mark.parametrize("arguments, folder, ends", [
-    row("a call for help", ["--help"], "game", (0, USAGE)),
-    row("no such folder", [], "none", (1, USAGE)),
-    row("a folder without a boot file", [], "temp", (1, NOT_LOCATED)),
-    row("a file for a folder", [], "game/demo.elf", (1, NOT_LOCATED)),
-])
-def test_targets_that_cannot_be_used(desk, arguments, folder, ends):
-    assert desk.run(*arguments, "--cdi", desk.cdi, "--dir", desk.root / folder) == ends
-    assert names(desk.game) == ["demo.elf"] and desk.log == []
+def test_the_usage_message_is_for_who_asks_and_for_a_folder_that_is_missing(desk):
+    assert desk.run("--help", "--dir", desk.game, "--cdi", desk.cdi) == (0, USAGE)
+    assert desk.run("--dir", desk.root / "none", "--cdi", desk.cdi) == (1, USAGE)
+    assert desk.log == []
 
 
 def noted(desk, line, shown=True):
@@ -112,13 +112,15 @@ def noted(desk, line, shown=True):
 
 def test_the_tools_run_in_their_order_with_their_arguments_to_the_character(desk):
     desk.game = desk.game.rename(desk.root / "my game")
-    assert desk.run("--dir", desk.game, "--cdi", desk.cdi, "--cdvol", "My  Volume") == (0, "")
+    prepare(desk, "".join(f"echo speak > app/{tool}.does\n" for tool in TOOLS))
+    shown = "" if desk.build.is_windows else "".join(f"{tool} speaks\n{tool} complains\n" for tool in TOOLS)
+    assert desk.run("--dir", desk.game, "--cdi", desk.cdi, "--cdvol", "My  Volume") == (0, shown)
     app, game, raw = desk.app, desk.game, desk.iso.with_name("1ST_READ_UNSCRAMBLED.BIN")
     assert desk.log == [
         noted(desk, f'"{app}/sh-elf-objcopy.exe" -O binary -R .stack "{game}/demo.elf" "{raw}"'),
         noted(desk, f'"{app}/scramble.exe" "{raw}" "{game}/1ST_READ.BIN"'),
-        noted(desk, f'"{app}/mkisofs.exe" -G "{app}/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume" -o "{desk.iso}"'
-                    f' "{game}"') + " IP.BIN is here",
+        noted(desk, f'"{app}/mkisofs.exe" -G "{app}/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume"'
+                    f' -o "{desk.iso}" "{game}"') + " IP.BIN is here",
         noted(desk, f'"{app}/cdi4dc.exe" "{desk.iso}" "{desk.cdi}"')]
     assert names(game) == BUILT.split() and names(desk.iso.parent) == []
 
@@ -129,13 +131,6 @@ def test_scrambling_in_place_is_hidden(desk):
     line = f'"{desk.app}/scramble.exe" "{desk.game}/1ST_READ.BIN" "{desk.game}/1ST_READ_scrambled.bin"'
     assert desk.log[0] == noted(desk, line, shown=False)
     assert (desk.game / "1ST_READ.BIN").read_text() == "made by scramble"
-
-
-@posix_only
-@pytest.mark.parametrize("tool", TOOLS)
-def test_other_output_of_tools_is_shown(desk, tool):
-    prepare(desk, f"echo speak > app/{tool}.does")
-    assert desk.make_image() == (0, f"{tool} speaks\n{tool} complains\n")
 
 
 @pytest.mark.parametrize("name", [
@@ -181,14 +176,11 @@ def test_a_message_that_nobody_reads(desk):
 
 
 @posix_only
-@pytest.mark.parametrize("action, ends", [
-    row("ignored by the starter, and so by the run and the tool", signal.SIG_IGN, (0, "")),
-    row("not ignored", signal.SIG_DFL, (1, unknown_error("mkisofs failed!"))),
-])
-def test_an_interrupt_while_a_tool_runs(desk, action, ends):
+def test_an_interrupt_that_the_starter_ignores_is_ignored_by_the_run_and_the_tool(desk):
     prepare(desk, "echo interrupt > app/mkisofs.does")
-    assert desk.make_image(preexec_fn=lambda: signal.signal(signal.SIGINT, action)) == ends
-    assert ("mkisofs goes on" in desk.log) == (action == signal.SIG_IGN)
+    ignored = {"preexec_fn": lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)}
+    assert desk.make_image(**ignored) == (0, "")
+    assert "mkisofs goes on" in desk.log
 
 
 def start_at_a_terminal(desk, typed, *arguments):
@@ -241,21 +233,20 @@ TELL_USAGE = "[--info][--no-markup][--title=][--text=" + USAGE.strip()
 
 
 @posix_only
-@pytest.mark.parametrize("arguments, status, children, ends, asked", [
-    row("two answers", [], 0, signal.SIG_DFL, 0, [ASK_FOLDER, ASK_FILE]),
-    row("two answers, children ignored by the starter", [], 0, signal.SIG_IGN, 0, [ASK_FOLDER, ASK_FILE]),
-    row("a cancel", [], 1, signal.SIG_DFL, 1, [ASK_FOLDER, TELL_USAGE]),
-    row("a failure", ["--cdi", "x", "--dir", "/proc/self"], 0, signal.SIG_DFL, 1, [TELL_ERROR, TELL_USAGE]),
+@pytest.mark.parametrize("arguments, zenity_ends, ends, asked", [
+    row("two answers", [], 0, 0, [ASK_FOLDER, ASK_FILE]),
+    row("a cancel", [], 1, 1, [ASK_FOLDER, TELL_USAGE]),
+    row("a failure", ["--cdi", "x", "--dir", "/proc/self"], 0, 1, [TELL_ERROR, TELL_USAGE]),
 ])
-def test_a_run_at_a_display(desk, arguments, status, children, ends, asked):
-    """The name of the program would be markup if the messages were."""
+def test_a_run_at_a_display(desk, arguments, zenity_ends, ends, asked):
+    """The starter ignores the end of children; the program's name would be markup if the messages were."""
     desk.program = desk.program.rename(desk.app / "<b>&amp")
     (desk.root / "zenity").write_text(ZENITY)
     (desk.root / "zenity").chmod(0o755)
     notes = desk.root / "notes"
-    environment = {"DISPLAY": ":none", "PATH": f"{desk.root}:/usr/bin:/bin", "NOTES": notes, "STATUS": status,
-                   "FOLDER": desk.game, "IMAGE": desk.cdi}
-    ended = desk.run(*arguments, env=environment, preexec_fn=lambda: signal.signal(signal.SIGCHLD, children))
-    assert ended.status == ends
+    environment = {"DISPLAY": ":none", "PATH": f"{desk.root}:/usr/bin:/bin",
+                   "NOTES": notes, "STATUS": zenity_ends, "FOLDER": desk.game, "IMAGE": desk.cdi}
+    ignore_children = {"preexec_fn": lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN)}
+    assert desk.run(*arguments, env=environment, **ignore_children).status == ends
     assert notes.read_text().replace("<b>&amp", "marrowvan").split("]\n") == [*asked, ""]
     assert desk.cdi.read_text() == ("older" if ends else "made by cdi4dc")
