@@ -1,62 +1,78 @@
-// Stands in for an outside tool in the system tests. It notes its arguments in the file "log" beside itself
-// and does what the file "<its name>.does" says: nothing, exit1 (after creating its output), old (an output
-// dated back), kill, interrupt (the program that started it, after creating its output), bridge
-// (leave the work to whoever takes the file "request" away). Without that file it
-// creates its output.
+// Stands in for an outside tool: notes its command line in the file "log" beside itself, creates its output,
+// and does what the file "<its name>.does" says instead or as well:
+//   nothing    ends at once                    half       writes half its output, then dies of a signal
+//   exit1      ends with an exit status of 1   old        dates its output back by a day
+//   speak      says so on both outputs         interrupt  as from the keyboard: its starter and itself
+//   bridge     leaves the work to whoever takes the file "request" away
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <unistd.h>
+#endif
 
 #include <chrono>
-#include <cstdlib>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "stand_in.h"
-
 namespace {
 
-std::string ArgumentLines(const std::vector<std::string>& arguments) {
-  std::string lines;
-  for (const std::string& argument : arguments) lines += "\n" + argument;
-  return lines;
+std::string CommandLine([[maybe_unused]] const std::vector<std::string>& items) {
+#ifdef _WIN32
+  return ::GetCommandLineA() + std::string(::IsWindowVisible(::GetConsoleWindow()) ? " visible" : " hidden");
+#else
+  std::string line;
+  for (const std::string& item : items) line += "[" + item + "]";
+  return line;
+#endif
+}
+
+void LeaveToTheBridge(const std::filesystem::path& folder, const std::vector<std::string>& items) {
+  std::ofstream request(folder / "request.part", std::ios::binary);
+  for (const std::string& item : items) request << item << "\n";
+  request.close();
+  std::filesystem::rename(folder / "request.part", folder / "request");
+  while (std::filesystem::exists(folder / "request"))
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::vector<std::string> arguments(argv + 1, argv + argc);
-  const std::filesystem::path self = argv[0];
-  const auto beside = [&](const std::string& name) { return self.parent_path() / name; };
+  const std::vector<std::string> items(argv, argv + argc);
+  const std::filesystem::path self = argv[0], folder = self.parent_path();
+  const std::string tool = self.stem().string();
+  std::ofstream log(folder / "log", std::ios::app | std::ios::binary);
+  log << CommandLine(items) << (std::filesystem::exists(folder / "IP.BIN") ? " IP.BIN is here" : "")
+      << std::endl;
 
-  std::ofstream log(beside("log"), std::ios::app | std::ios::binary);
-  log << self.stem().string();
-  log << ArgumentsAsGiven(arguments);
-  log << (std::filesystem::exists(beside("IP.BIN")) ? " IP.BIN is here\n" : "\n");
-  log.close();
+  std::string does;
+  std::ifstream(folder / (tool + ".does")) >> does;
+  if (does == "nothing") return 0;
+  if (does == "bridge") return LeaveToTheBridge(folder, items), 0;
+  if (does == "speak") std::cout << tool << " speaks" << std::endl;
+  if (does == "speak") std::cerr << tool << " complains" << std::endl;
 
-  std::string behaviour;
-  std::ifstream(beside(self.stem().string() + ".does")) >> behaviour;
-  if (behaviour == "nothing") return 0;
-  if (behaviour == "kill") KillThisProcess();
-  if (behaviour == "bridge") {
-    std::ofstream(beside("request.part"), std::ios::binary)
-        << self.stem().string() << ArgumentLines(arguments);
-    std::filesystem::rename(beside("request.part"), beside("request"));
-    while (std::filesystem::exists(beside("request")))
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    return 0;
+  std::string output = items.back();
+  for (std::size_t i = 0; i + 1 < items.size(); ++i) {
+    if (items[i] == "-o") output = items[i + 1];
   }
-
-  std::string output = arguments.back();
-  for (std::size_t i = 0; i + 1 < arguments.size(); ++i) {
-    if (arguments[i] == "-o") output = arguments[i + 1];
+  std::ofstream(output) << "made by ";
+  if (does == "half") std::raise(SIGTERM);
+  std::ofstream(output, std::ios::app) << tool;
+  const auto yesterday = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24);
+  if (does == "old") std::filesystem::last_write_time(output, yesterday);
+  if (does == "interrupt") {
+#ifndef _WIN32
+    ::kill(::getppid(), SIGINT);
+#endif
+    std::raise(SIGINT);
+    log << tool << " goes on" << std::endl;
   }
-  std::ofstream(output) << "made by " << self.stem().string();
-  if (behaviour == "old") {
-    std::filesystem::last_write_time(output,
-                                     std::filesystem::file_time_type::clock::now() - std::chrono::hours(24));
-  }
-  if (behaviour == "interrupt") InterruptTheStarter();
-  return behaviour == "exit1" ? 1 : 0;
+  return does == "exit1" ? 1 : 0;
 }

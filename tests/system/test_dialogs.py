@@ -1,0 +1,106 @@
+"""The real dialogs of the built executable, driven by the keyboard."""
+
+import os
+import shutil
+import subprocess
+import time
+from pathlib import Path
+
+import pytest
+
+ASK_FOLDER = {False: "Choose the folder to selfboot...", True: "Browse for Folder"}
+ASK_FILE = "Save your DiscJuggler file as..."
+
+
+def xdotool(*arguments):
+    return subprocess.run(["xdotool", *arguments], capture_output=True, text=True).stdout.split()
+
+
+def press(*keys):
+    xdotool("key", "--clearmodifiers", "--delay", "60", *keys)
+
+
+def type_in(text):
+    xdotool("type", "--clearmodifiers", "--delay", "20", text)
+
+
+def until(condition, meanwhile=lambda: None):
+    """Waits for a state of the display or of the program, and tries again and again to bring it about."""
+    for _ in range(100):
+        if result := condition():
+            return result
+        meanwhile()
+        time.sleep(0.1)
+    raise TimeoutError
+
+
+def windows(title):
+    return xdotool("search", "--onlyvisible", "--name", f"^{title}$")
+
+
+def take_focus(title):
+    """Waits for a dialog and gives it the keys; under Wine it takes them by itself."""
+    window = until(lambda: windows(title))[0]
+    until(lambda: xdotool("getwindowfocus") == [window], lambda: xdotool("windowfocus", window))
+
+
+def press_return_until(condition):
+    """Without a window manager, a box of zenity does not take the keys by itself."""
+    def press_return():
+        xdotool("search", "--onlyvisible", "--class", "zenity", "windowfocus")
+        press("Return")
+    until(condition, press_return)
+
+
+@pytest.fixture
+def desk(build, new_desk):
+    """One whose game folder a few keys lead to, under Wine in the drive C."""
+    desk = new_desk()
+    cache = os.environ.get("XDG_CACHE_HOME", Path.home() / ".cache")
+    prefix = os.environ.get("WINEPREFIX", f"{cache}/marrowvane/wine-prefix")
+    place = Path(prefix) / "drive_c" if build.is_windows else desk.root
+    desk.game = Path(shutil.move(desk.game, place / "zz caf\xE9 game"))
+    yield desk
+    shutil.rmtree(desk.game)
+
+
+@pytest.fixture
+def run(desk, display):
+    """A run without options, and nobody else who presses OK."""
+    desk.program = desk.program.rename(desk.program.with_stem("by_hand"))
+    environment = {"DISPLAY": display, "PATH": os.environ["PATH"], "GSETTINGS_BACKEND": "memory"}
+    call = desk.build.call(desk.program, env=desk.environment(environment))
+    process = subprocess.Popen(**call, stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    yield process
+    process.kill()
+
+
+def choose_folder(desk):
+    title = ASK_FOLDER[desk.build.is_windows]
+    take_focus(title)
+    if desk.build.is_windows:  # from the desktop to "My Computer", to the drive C, to the folder by its name
+        press("shift+Tab", "Home", "Down", "Down", "Down", "Right", "Down", "Right")
+        type_in("zz")
+    else:
+        type_in(str(desk.game))
+    press_return_until(lambda: not windows(title))
+
+
+def name_file(desk):
+    take_focus(ASK_FILE)
+    type_in(desk.build.host_path(desk.cdi))
+    press_return_until(lambda: not windows(ASK_FILE))
+
+
+def test_a_folder_and_a_file_are_chosen(desk, run):
+    choose_folder(desk)
+    name_file(desk)
+    assert until(lambda: run.poll() is not None) and run.returncode == 0
+    assert desk.cdi.read_text() == "made by cdi4dc" and (desk.game / "1ST_READ.BIN").exists()
+
+
+def test_a_cancel_ends_the_run_with_the_usage_message(desk, run):
+    take_focus(ASK_FOLDER[desk.build.is_windows])
+    press("Escape")
+    press_return_until(lambda: run.poll() is not None)
+    assert run.returncode == 1 and desk.log == []

@@ -1,0 +1,252 @@
+"""Whole runs of the built executable, with recording stand-ins for the outside tools."""
+
+import os
+import pty
+import re
+import signal
+import subprocess
+
+import pytest
+
+from conftest import TOOLS, names
+
+posix_only = pytest.mark.posix_only
+
+USAGE = ("Marrowvane 0.1\nUsage: marrowvan.exe "
+         "[--cdi <dj_file>] [--dir <sb_dir>] [--cdvol <cd_volume>] [--coder <your_name>]\n")
+NOT_LOCATED = "The DC bootfile could not be located!\n" + USAGE
+NO_ACCESS = "Cannot read/write file - Already in use\n"
+BUILT = "1ST_READ.BIN IP.BIN"  # what a whole run leaves in the game folder
+PLAIN_CODE = "PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND"
+AS_1ST_READ = "rm game/demo.elf; printf '%s' > game/1ST_READ.BIN"
+FAILURES = (("sh-elf-objcopy", "sh-objcopy failed!", "demo.elf"), ("scramble", "scramble failed!", ""),
+            ("mkisofs", "mkisofs failed!", BUILT), ("cdi4dc", "cdi4dc failed!", BUILT))
+
+
+def unknown_error(message):
+    return f"Unknown error: {message}\n{USAGE}"
+
+
+def row(sentence, *values, marks=()):
+    return pytest.param(*values, id=sentence, marks=marks)
+
+
+def posix_row(sentence, *values):
+    return row(sentence, *values, marks=posix_only)
+
+
+def prepare(desk, script):
+    subprocess.run(["sh", "-ec", script], cwd=desk.root, check=True)
+
+
+@pytest.mark.parametrize("what_stands_there, said, left", [
+    *(row(f"{tool} does nothing", f"echo nothing > app/{tool}.does", unknown_error(message), left)
+      for tool, message, left in FAILURES),
+    *(posix_row(f"{tool} is interrupted", f"echo interrupt > app/{tool}.does", unknown_error(message), left)
+      for tool, message, left in FAILURES if tool != "scramble"),
+    row("scramble is missing", "rm app/scramble*", unknown_error("scramble failed!"), ""),
+    row("mkisofs writes half an image and dies", "echo half > app/mkisofs.does", "", BUILT),
+    row("mkisofs complains behind its work", "echo exit1 > app/mkisofs.does", "", BUILT),
+    row("mkisofs makes an image of yesterday", "echo old > app/mkisofs.does",
+        unknown_error("mkisofs ISO time mismatch!"), BUILT),
+    row("cdi4dc makes an image of yesterday", "echo old > app/cdi4dc.does",
+        unknown_error("cdi4dc CDI time mismatch!"), BUILT),
+    posix_row("an old data.iso that mkisofs does not replace, being a folder",
+              "echo nothing > app/mkisofs.does; cd temp/*; rm *; mkdir data.iso; touch -d 2001-1-1 *",
+              unknown_error("mkisofs ISO time mismatch!"), BUILT),
+    posix_row("an old image that cdi4dc does not replace, being a folder",
+              "echo nothing > app/cdi4dc.does; cd out; rm *; mkdir demo.cdi; touch -d 2001-1-1 *",
+              unknown_error("cdi4dc CDI time mismatch!"), BUILT),
+    row("an ELF file named as its scrambled form",
+        "mv game/demo.elf game/1ST_READ.BIN; echo nothing > app/scramble.does",
+        unknown_error("scramble failed!"), ""),
+    row("an .elf that is none", "echo plain > game/demo.elf", "", "IP.BIN demo.elf"),
+    row("a boot file of zero bytes", AS_1ST_READ % "", "Run-time error: '9'\n\nSubscript out of range\n",
+        "1ST_READ.BIN"),
+    row("a name of 17 characters", "rm game/demo.elf; echo x > game/seventeen-long.elf",
+        "Run-time error: '5'\n\nInvalid procedure call or argument\n", "seventeen-long.elf"),
+    row("NULs behind the name in IP.BIN",
+        f"rm game/*; echo {PLAIN_CODE} > game/GAME; printf '%096dGAME\\0\\0\\0\\0' > game/IP.BIN",
+        "", "GAME IP.BIN"),
+    row("a read-only IP.BIN", "echo > game/IP.BIN; chmod 444 game/IP.BIN", NO_ACCESS, "IP.BIN demo.elf"),
+    row("an IP.BIN beside the program", "echo left > app/IP.BIN",
+        "Run-time error: '58'\n\nFile already exists\n", BUILT),
+    row("no folder for the image", "rm -r out", unknown_error("cdi4dc failed!"), BUILT),
+    row("a read-only boot file", "chmod 400 game/demo.elf", NO_ACCESS, "demo.elf"),
+    posix_row("a read-only folder", "chmod 555 game", unknown_error("scramble failed!"), "demo.elf"),
+    posix_row("a read-only program folder", "chmod 555 app", NO_ACCESS, BUILT),
+    posix_row("the same without a template", "rm app/IP.TMPL; chmod 555 app", NO_ACCESS, "1ST_READ.BIN"),
+    posix_row("a full disk", "ln -s /dev/full game/IP.BIN", "Run-time error: '61'\n\nDisk full\n", BUILT),
+    posix_row("a temporary folder that others read", "chmod 750 temp/*",
+              unknown_error("sh-objcopy failed!"), "demo.elf"),
+    row("no boot file", "rm game/*", NOT_LOCATED, ""),
+])
+def test_a_run(desk, what_stands_there, said, left):
+    prepare(desk, what_stands_there)
+    assert desk.make_image() == (1 if said else 0, said)
+    assert names(desk.game) == left.split()
+    if "cdi4dc" not in said:
+        assert desk.cdi.read_text() == ("older" if said else "made by cdi4dc")
+    assert "already exists" in said or not (desk.app / "IP.BIN").exists()
+
+
+@pytest.mark.windows_only
+def test_a_boot_file_that_another_program_holds(desk):
+    lock = {"PRESS_OK_LOCK": desk.build.host_path(desk.game / "demo.elf")}
+    assert desk.make_image(env=lock) == (1, "File locked by another application\n")
+
+
+def test_the_usage_message_is_for_who_asks_and_for_a_folder_that_is_missing(desk):
+    assert desk.run("--help", "--dir", desk.game, "--cdi", desk.cdi) == (0, USAGE)
+    assert desk.run("--dir", desk.root / "none", "--cdi", desk.cdi) == (1, USAGE)
+    assert desk.log == []
+
+
+def noted(desk, line, shown=True):
+    """A command line as its stand-in notes it: to the character on Windows, else item by item."""
+    if desk.build.is_windows:
+        return line.replace('"/', '"Z:/').replace("/", "\\") + (" visible" if shown else " hidden")
+    items = re.findall(r'"([^"]*)"|([^" ]+)', line.replace(".exe", ""))
+    return "".join(f"[{quoted or plain}]" for quoted, plain in items)
+
+
+def test_the_tools_run_in_their_order_with_their_arguments_to_the_character(desk):
+    desk.game = desk.game.rename(desk.root / "my game")
+    prepare(desk, "".join(f"echo speak > app/{tool}.does\n" for tool in TOOLS))
+    shown = "" if desk.build.is_windows else "".join(f"{tool} speaks\n{tool} complains\n" for tool in TOOLS)
+    assert desk.run("--dir", desk.game, "--cdi", desk.cdi, "--cdvol", "My  Volume") == (0, shown)
+    app, game, raw = desk.app, desk.game, desk.iso.with_name("1ST_READ_UNSCRAMBLED.BIN")
+    assert desk.log == [
+        noted(desk, f'"{app}/sh-elf-objcopy.exe" -O binary -R .stack "{game}/demo.elf" "{raw}"'),
+        noted(desk, f'"{app}/scramble.exe" "{raw}" "{game}/1ST_READ.BIN"'),
+        noted(desk, f'"{app}/mkisofs.exe" -G "{app}/IP.BIN" -C 0,11702 -J -l -r -V "My  Volume"'
+                    f' -o "{desk.iso}" "{game}"') + " IP.BIN is here",
+        noted(desk, f'"{app}/cdi4dc.exe" "{desk.iso}" "{desk.cdi}"')]
+    assert names(game) == BUILT.split() and names(desk.iso.parent) == []
+
+
+def test_scrambling_in_place_is_hidden(desk):
+    prepare(desk, AS_1ST_READ % PLAIN_CODE + "; echo speak > app/scramble.does")
+    assert desk.make_image() == (0, "")
+    line = f'"{desk.app}/scramble.exe" "{desk.game}/1ST_READ.BIN" "{desk.game}/1ST_READ_scrambled.bin"'
+    assert desk.log[0] == noted(desk, line, shown=False)
+    assert (desk.game / "1ST_READ.BIN").read_text() == "made by scramble"
+
+
+@pytest.mark.parametrize("name", [
+    row("blanks", "a b  c"),
+    row("a letter of the code page", "caf\xE9"),
+    posix_row("what a shell reads", "a-b\\'$x&;*?"),
+    posix_row("letters of no code page, and bytes of no text", "\u65E5\udcff\udcfe\udc80 x"),
+])
+def test_paths_of_all_kinds(desk, name):
+    desk.game, desk.cdi = desk.game.rename(desk.root / name), desk.cdi.with_name(name + ".cdi")
+    assert desk.make_image() == (0, "")
+    assert desk.cdi.read_text() == "made by cdi4dc"
+    in_code_page = name.replace("\xE9", "\udce9") if desk.build.is_windows else name
+    assert re.search(r'-V\]? ?["\[](.*?)["\]]', desk.log[2])[1] == in_code_page
+
+
+@posix_only
+def test_a_program_on_another_volume_in_a_folder_that_reads_like_options(desk, new_desk):
+    other = new_desk("/dev/shm")
+    assert other.root.stat().st_dev != desk.root.stat().st_dev
+    desk.own_it()
+    other.program = other.app.rename(other.root / "x--help--dir nowhere") / "marrowvan"
+    assert other.run("--dir", desk.game, "--cdi", desk.cdi) == (0, "")
+    assert (desk.game / "IP.BIN").stat().st_size == 32768
+
+
+# Whoever starts it
+
+
+@posix_only
+def test_without_open_descriptors_a_message_goes_into_no_file(desk):
+    prepare(desk, AS_1ST_READ % "")
+    process = desk.start("--dir", desk.game, "--cdi", "x", preexec_fn=lambda: os.closerange(0, 3))
+    assert process.wait() == 1
+    assert (desk.game / "1ST_READ.BIN").read_bytes() == b""
+
+
+@posix_only
+def test_a_message_that_nobody_reads(desk):
+    reader, writer = os.pipe()
+    os.close(reader)
+    assert desk.start("--dir", "none", "--cdi", "x", stdin=subprocess.DEVNULL, stderr=writer).wait() == 1
+
+
+@posix_only
+def test_an_interrupt_that_the_starter_ignores_is_ignored_by_the_run_and_the_tool(desk):
+    prepare(desk, "echo interrupt > app/mkisofs.does")
+    ignored = {"preexec_fn": lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)}
+    assert desk.make_image(**ignored) == (0, "")
+    assert "mkisofs goes on" in desk.log
+
+
+def start_at_a_terminal(desk, typed, *arguments):
+    user, program = pty.openpty()
+    os.write(user, typed.encode())
+    return user, program, desk.start(*arguments, stdin=program, stdout=program, stderr=program)
+
+
+@posix_only
+def test_an_interrupt_while_no_tool_runs_ends_the_run(desk):
+    prepare(desk, "echo nothing > app/scramble.does")
+    user, _, process = start_at_a_terminal(desk, "", "--dir", desk.game, "--cdi", desk.cdi)
+    while b"scramble failed!" not in os.read(user, 4096):
+        pass
+    process.send_signal(signal.SIGINT)
+    os.write(user, b"\n\n")
+    assert process.wait() == -signal.SIGINT
+
+
+@posix_only
+@pytest.mark.parametrize("typed, status, shown", [
+    row("an empty line is a cancel, and the message waits for Enter", "\n\n", 1, ["Choose", "Usage"]),
+    row("the end of input is a cancel", "\x04\n", 1, ["Choose", "Usage"]),
+    row("an empty line cancels the second question", "{game}\n\n\n", 1, ["Choose", "Save", "Usage"]),
+    row("two answers", "{game}\n{cdi}\n", 0, ["Choose", "Save"]),
+])
+def test_questions_at_a_terminal(desk, typed, status, shown):
+    user, program, process = start_at_a_terminal(desk, typed.format(game=desk.game, cdi=desk.cdi))
+    assert process.wait() == status
+    asked = "(Choose) the folder to selfboot... |(Save) your DiscJuggler file as... |(Usage): "
+    assert ["".join(words) for words in re.findall(asked, os.read(user, 65536).decode())] == shown
+    os.set_blocking(program, False)
+    with pytest.raises(BlockingIOError):
+        os.read(program, 1)  # nothing that was typed is left
+    assert desk.cdi.read_text() == ("older" if status else "made by cdi4dc")
+
+
+# At a display
+
+ZENITY = """#!/bin/sh
+{ for item; do printf '[%s]' "$item"; done; echo; } >> "$NOTES"
+case $* in *--directory*) echo "$FOLDER" ;; *--save*) echo "$IMAGE" ;; esac
+exit $STATUS
+"""
+ASK_FOLDER = "[--file-selection][--title=Choose the folder to selfboot...][--directory"
+ASK_FILE = ("[--file-selection][--title=Save your DiscJuggler file as...][--save"
+            "][--file-filter=DiscJuggler (*.cdi) | *.cdi][--file-filter=All files (*.*) | *")
+TELL_ERROR = "[--error][--no-markup][--title=][--text=" + NOT_LOCATED.split("\n")[0]
+TELL_USAGE = "[--info][--no-markup][--title=][--text=" + USAGE.strip()
+
+
+@posix_only
+@pytest.mark.parametrize("arguments, zenity_ends, ends, asked", [
+    row("two answers", [], 0, 0, [ASK_FOLDER, ASK_FILE]),
+    row("a cancel", [], 1, 1, [ASK_FOLDER, TELL_USAGE]),
+    row("a failure", ["--cdi", "x", "--dir", "/proc/self"], 0, 1, [TELL_ERROR, TELL_USAGE]),
+])
+def test_a_run_at_a_display(desk, arguments, zenity_ends, ends, asked):
+    """The starter ignores the end of children; the program's name would be markup if the messages were."""
+    desk.program = desk.program.rename(desk.app / "<b>&amp")
+    (desk.root / "zenity").write_text(ZENITY)
+    (desk.root / "zenity").chmod(0o755)
+    notes = desk.root / "notes"
+    environment = {"DISPLAY": ":none", "PATH": f"{desk.root}:/usr/bin:/bin",
+                   "NOTES": notes, "STATUS": zenity_ends, "FOLDER": desk.game, "IMAGE": desk.cdi}
+    ignore_children = {"preexec_fn": lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN)}
+    assert desk.run(*arguments, env=environment, **ignore_children).status == ends
+    assert notes.read_text().replace("<b>&amp", "marrowvan").split("]\n") == [*asked, ""]
+    assert desk.cdi.read_text() == ("older" if ends else "made by cdi4dc")
