@@ -46,7 +46,9 @@ static LPITEMIDLIST WINAPI AskForPlace(BROWSEINFOA* dialog) {
   return answer.empty() ? nullptr : static_cast<ITEMIDLIST*>(::CoTaskMemAlloc(16));
 }
 
-static BOOL WINAPI TellPath(LPCITEMIDLIST, LPSTR path) { return std::strcpy(path, answer.c_str()) == path; }
+static BOOL WINAPI TellPath(LPCITEMIDLIST, LPSTR path) {
+  return std::strcpy(path, answer.c_str()) == path;
+}
 
 // The imports that the platform layer calls through, under the names that the linker knows them by: defined
 // here, they take the place of those of the import libraries, and each call reaches a function of the test.
