@@ -66,12 +66,12 @@ ROWS = [
     ("is not scrambled", disc({BootFile: make_program()})),
     ("ELF file", disc({BootFile: b"\x7fELF"})),
     (NoProgram, disc({BootFile: scramble(make_program(12))})),
-    (DamagedFolder, disc(change=(Root, pack("B33x", 34) * 60 + b"\x22"))),  # beyond the sector's end
+    (DamagedFolder, disc(change=(Root, pack("B33x", 34) * 59 + b"\x2b"))),  # beyond the sector's end
     ("no such file", disc(change=(Root, pack("B41x", 42) + pack("B33x", 34) * 59))),  # up to it
     (DamagedFolder, disc(change=(Root + 68 + 32, b"\4"))),  # a longer name than the record has room for
-    ("2 sectors have a wrong", image(("sector 20: EDC", 3, b"!"), ("sector 21: user data", 0, b"!"))),
-    ("first one at LBA 11722:", image(("sector 20: P parity", 0, b"!"))),
-    (WrongSector, image(("sector 21: Q parity", 103, b"!"))),
+    ("2 sectors have a wrong", image(("sector 20: EDC", 3, b"!"), ("sector 21: P parity", 0, b"!"))),
+    ("first one at LBA 11722:", image(("sector 20: P parity", 0, b"!"), ("sector 21: EDC", 0, b"!"))),
+    (WrongSector, image(("sector 21: Q parity", 103, b"!"), track=make_track(make_iso(Files), 2352))),
     (WrongSector, image(*Own, ("sector 21: EDC", 0, b"!"))),
     ("truncated", Whole[:-1000]),
     ("2336 bytes belong to no track", Whole[:End] + bytes(2336) + Whole[End:]),
