@@ -153,9 +153,13 @@ def display():
 @pytest.fixture(scope="session")
 def build(request):
     tested = Build(request.config.getoption("--build"))
-    if tested.is_windows:
-        request.getfixturevalue("display")
-    return tested
+    if not tested.is_windows:
+        yield tested
+        return
+    request.getfixturevalue("display")
+    # Wine's server lives as long as this program waits for input: one that ends turns the next program away.
+    with subprocess.Popen([ROOT / "scripts/wine", "cmd"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL):
+        yield tested
 
 
 @pytest.fixture
