@@ -74,12 +74,13 @@ def test_the_boot_file_is_the_scrambled_program_and_runs(build, job):
     assert (job / "program.bin").read_bytes() == plain.read_bytes()
     assert packed == disc_reference.scramble(plain.read_bytes())
 
-    machine = ("timeout 60 qemu-system-sh4 -M r2d -nodefaults -net none -display none -monitor none -serial null"
-               " -serial stdio -device loader,file=hello.boot,addr=0x0c008000,force-raw=on"
+    machine = ("timeout 60 qemu-system-sh4 -M r2d -nodefaults -net none -display none -monitor none"
+               " -serial null -serial stdio -device loader,file=hello.boot,addr=0x0c008000,force-raw=on"
                " -device loader,file=program.bin,addr=0x0c010000,force-raw=on"
                " -device loader,addr=0xac008300,cpu-num=0")
     (job / "hello.boot").write_bytes((job / "hello.iso").read_bytes()[:32768])
-    with subprocess.Popen(machine.split(), cwd=job, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE) as running:
-        spoken = running.stdout.readline()
-        running.terminate()
+    running = subprocess.Popen(machine.split(), cwd=job, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
+    spoken = running.stdout.readline()
+    running.kill()
+    running.communicate()
     assert spoken == b"Marrowvane hello\r\n"
