@@ -7,7 +7,7 @@
 
 #include "dialogs/folder_browser.h"
 #include "dialogs/save_dialog.h"
-#include "scratch.h"
+#include "support.h"
 
 using namespace platform;
 using namespace std::string_literals;
@@ -46,9 +46,7 @@ static LPITEMIDLIST WINAPI AskForPlace(BROWSEINFOA* dialog) {
   return answer.empty() ? nullptr : static_cast<ITEMIDLIST*>(::CoTaskMemAlloc(16));
 }
 
-static BOOL WINAPI TellPath(LPCITEMIDLIST, LPSTR path) {
-  return std::strcpy(path, answer.c_str()) == path;
-}
+static BOOL WINAPI TellPath(LPCITEMIDLIST, LPSTR path) { return std::strcpy(path, answer.c_str()) == path; }
 
 // The imports that the platform layer calls through, under the names that the linker knows them by: defined
 // here, they take the place of those of the import libraries, and each call reaches a function of the test.
@@ -97,11 +95,11 @@ TEST(Records, OfTheFolderBrowser) {
 
 TEST_F(Files, LockedFileIsPermissionDeniedAndAReadOnlyOneAnAccessError) {
   const HANDLE lock = ::CreateFileA("IP.BIN", GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
-  EXPECT_EQ(Raised([] { Open(L"IP.BIN"); }), 70);
+  EXPECT_EQ(EndOf([] { Open(L"IP.BIN"); }), 70);
   ::CloseHandle(lock);
   ::SetFileAttributesA("IP.BIN", FILE_ATTRIBUTE_READONLY);
-  EXPECT_EQ(Raised([] { Open(L"IP.BIN"); }), 75);
-  EXPECT_EQ(Raised([] { Open(L"a|b?"); }), 52);
+  EXPECT_EQ(EndOf([] { Open(L"IP.BIN"); }), 75);
+  EXPECT_EQ(EndOf([] { Open(L"a|b?"); }), 52);
   EXPECT_EQ(FirstMatch(L"ip.*"), L"IP.BIN") << "whatever the case";
   ResetAttributes(L"IP.BIN");
 }

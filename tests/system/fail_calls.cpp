@@ -16,7 +16,8 @@ using Call = Word(Word, Word, Word, Word, Word, Word);
 
 /// The error that this call is to fail with; -1 if it is not to fail.
 static int ErrorOf(const char* name, int number) {
-  if (std::strcmp(std::getenv("FAIL_PROGRAM"), program_invocation_short_name) != 0) return -1;
+  const char* program = std::getenv("FAIL_PROGRAM");
+  if (program == nullptr || std::strcmp(program, program_invocation_short_name) != 0) return -1;
   for (const char* word = std::getenv("FAIL_CALLS"); word != nullptr; word = std::strchr(word + 1, ' ')) {
     char wanted[32];
     int at = 0, error = 0;

@@ -4,26 +4,8 @@
 #include <cstring>
 
 #include "platform/file_errors.h"
-#include "run/run_state.h"
 
 using fake::host;
-
-void fake::Reset(const Text& commandLine) {
-  host = Host();
-  mMain::RunState = {};
-  mMain::RunState.CommandLine = host.commandLine = commandLine;
-}
-
-int fake::EndOf(const std::function<void()>& procedure) {
-  try {
-    procedure();
-    return 0;
-  } catch (int status) {
-    return status;
-  } catch (const RuntimeError& error) {
-    return error.Number;
-  }
-}
 
 namespace platform {
 
@@ -41,9 +23,7 @@ void RequireNoOpenFile() {
   if (!host.open.empty()) throw PermissionDenied;
 }
 
-void ShowMessage(const Text& text, int style) {
-  host.messages.push_back(L"[" + std::to_wstring(style) + L"] " + text);
-}
+void ShowMessage(const Text& text, int style) { host.messages += std::to_wstring(style) + L" " + text; }
 
 Text RawCommandLine() { return host.commandLine; }
 
@@ -77,7 +57,7 @@ Text FromBytes(const std::string& bytes) { return {bytes.begin(), bytes.end()}; 
 
 Text UpperCase(const Text& text) {
   Text upper = text;
-  std::ranges::transform(upper, upper.begin(), [](wchar_t c) { return c >= L'a' && c <= L'z' ? c - 32 : c; });
+  for (wchar_t& c : upper) c = c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - 32) : c;
   return upper;
 }
 

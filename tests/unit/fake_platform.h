@@ -1,10 +1,10 @@
 #pragma once
 
-#include <functional>
 #include <map>
 #include <vector>
 
-#include "platform/platform.h"
+#include "run/run_state.h"
+#include "support.h"
 
 /// A host in memory, with the backslash as its separator, upper case for ASCII only, and one folder.
 namespace fake {
@@ -19,8 +19,8 @@ struct Host {
   std::map<Text, File> files;
   platform::LocalTime now = std::chrono::local_days(std::chrono::January / 9 / 2027);
   std::int32_t ticks = 0;
-  std::vector<Text> messages;  ///< "[style] text"
-  int failAt = 0;              ///< the operation that fails with error 57, counted from 1; 0: none
+  Text messages;   ///< each with its style in front
+  int failAt = 0;  ///< the operation that fails with error 57, counted from 1; 0: none
 
   int operations = 0;
   Text open;  ///< the open file's path; empty: none
@@ -30,9 +30,10 @@ struct Host {
 inline Host host;
 
 /// A new host and a new run.
-void Reset(const Text& commandLine = L"");
-
-/// The number of the error that leaves `procedure`, or the exit status if the process ends in it, or 0.
-int EndOf(const std::function<void()>& procedure);
+inline void Reset(const Text& commandLine = L"") {
+  host = Host();
+  mMain::RunState = {};
+  mMain::RunState.CommandLine = host.commandLine = commandLine;
+}
 
 }  // namespace fake

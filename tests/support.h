@@ -29,11 +29,13 @@ inline std::string ReadFile(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The number that `operation` raises; 0 if it raises nothing.
-inline int Raised(const std::function<void()>& operation) {
+/// The number of the error that leaves `procedure`, or the exit status if the process ends in it, or 0.
+inline int EndOf(const std::function<void()>& procedure) {
   try {
-    operation();
+    procedure();
     return 0;
+  } catch (int status) {
+    return status;
   } catch (const RuntimeError& error) {
     return error.Number;
   }
