@@ -45,10 +45,9 @@ void WaitForTool(pid_t tool) {
   siginfo_t end{};
   while (::waitid(P_PID, static_cast<id_t>(tool), &end, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
   }
-  runningTool = 0;  // from here on its number may be another's
-  int status = 0;
-  ::waitpid(tool, &status, 0);
-  if (WIFSIGNALED(status)) cutOff = 1;
+  runningTool = 0;  // once it is reaped, its number may be another's
+  ::waitpid(tool, nullptr, 0);
+  if (end.si_code != CLD_EXITED) cutOff = 1;
 }
 
 bool IsCutOff() {

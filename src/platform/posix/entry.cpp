@@ -15,8 +15,7 @@ void SettleTheProcess() {
     if (::fcntl(file, F_GETFD) < 0) ::open("/dev/null", O_RDWR | O_CLOEXEC);
   }
 
-  std::signal(SIGPIPE,
-              SIG_IGN);  // nobody reading the messages is no reason to end differently, for the tools too
+  std::signal(SIGPIPE, SIG_IGN);  // nobody listening is no reason to end differently, for the tools too
   std::signal(SIGCHLD, SIG_DFL);  // an ignored one would hide how zenity ended
 }
 

@@ -114,8 +114,8 @@ void Move(const Text& from, const Text& to) {
   const std::string target = HostPath(to);
   struct stat status {};
   const bool sourceExists = ::lstat(source.c_str(), &status) == 0;
-  if (sourceExists && S_ISLNK(status.st_mode))
-    return MoveByCopy(source, target);  // a relative one would lead nowhere from its new place
+  const bool isLink = sourceExists && S_ISLNK(status.st_mode);
+  if (isLink) return MoveByCopy(source, target);  // a relative one would lead nowhere from its new place
 
   if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return;
   const int error = errno;
