@@ -70,7 +70,7 @@ TEST(WriteBootSector, MakesANewFileFromOptionsAndTemplate) {
   EXPECT_EQ(Written(L"1st_read.bin\0\0"s, files), whole("1ST_READ.BIN    Tarnfel         Marrowvane 0.1"));
   EXPECT_EQ(Written(L"sixteen-long.elf", files, L"--coder 1234567890123456 --cdvol A"),
             whole("SIXTEEN-LONG.ELF1234567890123456A"));
-  EXPECT_EQ(Written(L"demo.elf", files, L"--coder 1234567890123456X --cdvol " + Text(129, L't')),
+  EXPECT_EQ(Written(L"a.elf", files, L"--coder 1234567890123456X --cdvol " + Text(129, L't')),
             whole("A.ELF           1234567890123456" + std::string(128, 't')));
   for (const auto& [length, body] : std::map<int, int>{{256, 0}, {257, 1}, {40000, 32512}}) {
     EXPECT_EQ(Written(L"a", {{Template, {std::string(length, 'b')}}}).substr(256),

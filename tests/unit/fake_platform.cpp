@@ -95,7 +95,8 @@ void Seek(std::uint64_t position) {
 }
 
 void Read(std::span<std::byte> buffer) {
-  Reach(host.open).bytes.copy(reinterpret_cast<char*>(buffer.data()), buffer.size(), host.position);
+  const std::string& bytes = Reach(host.open).bytes;
+  bytes.copy(reinterpret_cast<char*>(buffer.data()), buffer.size(), std::min(host.position, bytes.size()));
 }
 
 void Write(std::span<const std::byte> bytes) {
