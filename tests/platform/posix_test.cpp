@@ -124,6 +124,10 @@ TEST_F(Files, TempFolderIsPrivateOrNone) {
   EXPECT_EQ(TempFolder(), L"") << "one that others may enter";
   std::filesystem::permissions(folder, perms(0700));
   std::filesystem::rename(folder, "elsewhere");
+  std::ofstream(folder) << "x";
+  std::filesystem::permissions(folder, perms(0700));
+  EXPECT_EQ(TempFolder(), L"") << "a file";
+  std::filesystem::remove(folder);
   std::filesystem::create_symlink("elsewhere", folder);
   EXPECT_EQ(TempFolder(), L"") << "a link";
   ::unsetenv("TMPDIR");
