@@ -19,6 +19,10 @@ fake::File& Reach(const Text& path) {
   return file->second;
 }
 
+void RequireNoOpenFile() {
+  if (!host.open.empty()) throw PermissionDenied;
+}
+
 void ShowMessage(const Text& text, int style) { host.messages += std::to_wstring(style) + L" " + text; }
 
 Text RawCommandLine() { return host.commandLine; }
@@ -38,6 +42,7 @@ std::optional<Text> AskForFileToSave(const SaveDialog&) { return Text(L" C:\\x.c
 
 /// Every tool creates its output: the path behind "-o", or else the last one.
 void StartAndWait(const Text& commandLine, int) {
+  RequireNoOpenFile();
   const std::size_t option = commandLine.find(L"-o ");
   const std::size_t start = option == Text::npos ? commandLine.rfind(L" \"") + 2 : option + 4;
   const Text output = commandLine.substr(start, commandLine.find(L'"', start) - start);
@@ -66,14 +71,19 @@ void Remove(const Text& path) {
 }
 
 void Move(const Text& from, const Text& to) {
+  RequireNoOpenFile();
   const fake::File file = Reach(from);
   if (PathExists(to)) throw FileAlreadyExists;
   host.files.erase(from);
   host.files[to] = file;
 }
 
-std::optional<Text> FirstMatch(const Text&) {
-  return PathExists(L"C:\\dc\\demo.elf") ? std::optional<Text>(L"demo.elf") : std::nullopt;
+std::optional<Text> FirstMatch(const Text& pattern) {
+  const Text folder = pattern.substr(0, pattern.find(L'*'));
+  for (const auto& [path, file] : host.files) {
+    if (path.starts_with(folder) && path.ends_with(L".elf")) return path.substr(folder.size());
+  }
+  return std::nullopt;
 }
 
 LocalTime FileTime(const Text& path) { return Reach(path).changed; }
@@ -81,6 +91,7 @@ LocalTime FileTime(const Text& path) { return Reach(path).changed; }
 LocalTime PresentTime() { return host.now; }
 
 void Open(const Text& path) {
+  RequireNoOpenFile();
   host.files.try_emplace(mMain::CutAtNul(path));
   Reach(path);
   host.open = path;
@@ -95,8 +106,9 @@ void Seek(std::uint64_t position) {
 }
 
 void Read(std::span<std::byte> buffer) {
-  const std::string& bytes = Reach(host.open).bytes;
-  bytes.copy(reinterpret_cast<char*>(buffer.data()), buffer.size(), std::min(host.position, bytes.size()));
+  std::string rest = Reach(host.open).bytes;
+  rest.erase(0, host.position);
+  std::memcpy(buffer.data(), rest.data(), std::min(buffer.size(), rest.size()));
 }
 
 void Write(std::span<const std::byte> bytes) {
@@ -107,6 +119,9 @@ void Write(std::span<const std::byte> bytes) {
   host.position += bytes.size();
 }
 
-void Close() { Reach(host.open); }
+void Close() {
+  Reach(host.open);
+  host.open.clear();
+}
 
 }  // namespace platform

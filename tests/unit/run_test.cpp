@@ -3,6 +3,7 @@
 #include <tuple>
 
 #include "build/verify.h"
+#include "dialogs/save_dialog.h"
 #include "errors/report.h"
 #include "fake_platform.h"
 #include "files/paths.h"
@@ -60,6 +61,12 @@ TEST(Paths, NameExtensionAndBaseName) {
     EXPECT_EQ(GetFileExtension(path), extension);
     EXPECT_EQ(GetBaseName(path), base);
   }
+}
+
+TEST(FillSaveDialog, TakesNamesOfUpTo254Characters) {
+  const auto fill = [](const Text& name) { return mComDlg::FillSaveDialog(L"", name, L"", 0).fileBuffer; };
+  EXPECT_EQ(fill(L"C:\\" + Text(254, L'n')), Text(254, L'n'));
+  EXPECT_EQ(EndOf([&] { fill(Text(255, L'n')); }), 5);
 }
 
 TEST(VerifyStageOutput, AllowsASecondOfAgeForEach60Milliseconds) {
