@@ -23,7 +23,7 @@ struct Host {
   int failAt = 0;  ///< the operation that fails with error 57, counted from 1; 0: none
 
   int operations = 0;
-  Text open;  ///< the open file's path; empty: none
+  Text open;  ///< the path of the file that was opened last
   std::size_t position = 0;
 };
 

@@ -1,10 +1,12 @@
 #include <limits>
 #include <stdexcept>
+#include <tuple>
 
 #include "build/verify.h"
 #include "dialogs/save_dialog.h"
 #include "errors/report.h"
 #include "fake_platform.h"
+#include "files/paths.h"
 #include "run/command_line.h"
 #include "run/main.h"
 
@@ -25,7 +27,6 @@ static Text Options(const Text& raw) {
 
 TEST(GetOption, AnswersByTheGrammarOfTheLine) {
   const std::map<Text, Text> optionsOf = {
-      {L"", L""},
       {L"--helpme", L"--help=me;"},
       {L"  --dir  \"C:\\My  Games\" \t--cdi x y  ", L"--dir=C:\\My  Games \t;--cdi=x y;"},
       {L"--cdi C:\\a--b\\x.cdi --dir", L"--dir=--dir;--cdi=C:\\a;"},
@@ -47,6 +48,21 @@ TEST(GetOption, PositionsAreSigned16BitNumbers) {
   EXPECT_EQ(EndOf([&] { Options(L"--dir " + filler(32760) + L" --x"); }), 6);
 }
 
+TEST(Paths, NameExtensionAndBaseName) {
+  using Row = std::tuple<Text, Text, Text, Text>;
+  for (const auto& [path, name, extension, base] : {
+           Row{L"C:\\dc.old\\game.tar.gz", L"game.tar.gz", L"gz", L"C:\\dc.old\\game.tar"},
+           Row{L" C:\\dc.old\\game ", L"game", L"old\\game", L" C:\\dc.old\\game "},
+           Row{L"C:\\dc\\", L"", L"C:\\dc\\", L"C:\\dc\\"},
+           Row{L"C:/dc/.game", L"C:/dc/.game", L"game", L"C:/dc/"},
+           Row{L"  C:\\dc\r\n\\ga\nme.elf\t ", L"game.elf\t", L"elf\t", L"C:\\dc\\game"},
+       }) {
+    EXPECT_EQ(GetFileName(path), name);
+    EXPECT_EQ(GetFileExtension(path), extension);
+    EXPECT_EQ(GetBaseName(path), base);
+  }
+}
+
 TEST(FillSaveDialog, TakesNamesOfUpTo254Characters) {
   const auto fill = [](const Text& name) { return mComDlg::FillSaveDialog(L"", name, L"", 0).fileBuffer; };
   EXPECT_EQ(fill(L"C:\\" + Text(254, L'n')), Text(254, L'n'));
@@ -65,7 +81,6 @@ TEST(VerifyStageOutput, AllowsASecondOfAgeForEach60Milliseconds) {
   EXPECT_EQ(end(999ms, 0, 59), good);
   EXPECT_EQ(end(1s, 100, 159), tooOld);
   EXPECT_EQ(end(1s, 100, 160), good);
-  EXPECT_EQ(end(2s, 0, 119), tooOld);
   EXPECT_EQ(end(-999ms, 0, -1), tooOld);
   EXPECT_EQ(end(-1s, 0, -60), good);
   EXPECT_EQ(end(0s, lowest, -1), good);
@@ -92,13 +107,11 @@ TEST(ReportRuntimeError, KnownErrorsNeedTheirDescriptionToTheLetter) {
   EXPECT_EQ(Report(std::exception()), L"0 Run-time error: '57'\r\n\r\nDevice I/O error");
 }
 
-/// A program with its targets on the command line, and one with those of the dialogs and an IP.BIN of the
-/// user's.
+/// An ELF file and options, then a plain program with an IP.BIN of the user's and dialogs.
 TEST(BuildImage, WhicheverOperationFailsTheProgramIsNeverLost) {
   for (const bool isElf : {true, false}) {
     int dropped = -1;  // the last run is one without a failure
     for (int failAt = 1; failAt == 1 || host.operations >= host.failAt; ++failAt) {
-      SCOPED_TRACE(failAt);
       fake::Reset(isElf ? L"--dir C:\\dc --cdi C:\\x.cdi" : L"");
       host.files[L"C:\\x.cdi"] = host.files[L"C:\\Temp\\data.iso"] = {"older"};
       if (isElf) host.files[L"C:\\dc\\demo.elf"] = {"\177ELF"};
@@ -112,7 +125,7 @@ TEST(BuildImage, WhicheverOperationFailsTheProgramIsNeverLost) {
       const fake::File& bootSector =
           host.files[host.files.contains(L"C:\\tools\\IP.BIN") ? L"C:\\tools\\IP.BIN" : L"C:\\dc\\IP.BIN"];
       EXPECT_TRUE(isElf || bootSector.bytes.starts_with(std::string(96, 'u')));
-      EXPECT_EQ(host.messages.empty(), status == 0);
+      EXPECT_EQ(host.messages.empty(), status == 0) << failAt;
       dropped += status == 0 ? 1 : 0;
     }
     EXPECT_EQ(dropped, isElf ? 10 : 7) << "failures go by in deletions alone";
