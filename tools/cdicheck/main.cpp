@@ -93,17 +93,18 @@ void PrintJson(const cdicheck::Report& report) {
 
 }  // namespace
 
+const tools::Program tools::Self{.name = "cdicheck", .failureStatus = 2};
+
 int main(int argc, char** argv) {
   CLI::App app(
       "Tells what is on a DiscJuggler image, and whether it will boot. "
-      "Exit status: 0 without problems, 1 with some, 2 if it is no image.",
-      "cdicheck");
+      "Exit status: 0 without problems, 1 with some, 2 if it is no image.");
   std::string path;
   bool asJson = false;
   int status = 0;
   app.add_flag("--json", asJson, "Print the report as JSON");
   app.add_option("IMAGE.cdi", path, "The image to check")->required();
-  const int failure = tools::RunProgram(app, argc, argv, [&] {
+  const int failed = tools::RunProgram(app, argc, argv, [&] {
     const tools::InputFile file(path);
     const cdi::Source source{
         file.Size(), [&](std::uint64_t offset, std::span<std::byte> buffer) { file.ReadAt(offset, buffer); }};
@@ -116,5 +117,5 @@ int main(int argc, char** argv) {
       status = 2;
     }
   });
-  return failure != 0 ? 2 : status;
+  return failed != 0 ? failed : status;
 }
