@@ -4,15 +4,16 @@ include(CheckLinkerFlag)
 include(CheckPIESupported)
 
 if(CMAKE_BUILD_TYPE STREQUAL "Debug" OR CMAKE_CXX_FLAGS MATCHES "sanitize")
-  set(HARDENED FALSE)
+  set(HARDENED FALSE CACHE INTERNAL "Hardened and stripped")
 else()
-  set(HARDENED TRUE)
+  set(HARDENED TRUE CACHE INTERNAL "Hardened and stripped")
 endif()
 
 # Switches on each of the flags that this host's compiler and linker have, and tells of the others.
 function(harden)
   if(WIN32)
     set(linker_flags -Wl,--nxcompat -Wl,--dynamicbase)
+    add_link_options(-fstack-protector-strong)  # brings the library that the protector and the checks need
   else()
     set(compiler_flags -fstack-clash-protection -fcf-protection)
     set(linker_flags -Wl,-z,relro -Wl,-z,now)
