@@ -18,14 +18,13 @@ int main(int argc, char** argv) {
 #endif
   CLI::App app(
       "Tells what is on a DiscJuggler image, and whether it will boot. "
-      "Exit status: 0 without problems, 1 with some, 2 if it is no image or on a failure.",
-      "cdicheck");
+      "Exit status: 0 without problems, 1 with some, 2 if it is no image or on a failure.");
   std::string path;
   bool asJson = false;
   int status = 0;
   app.add_flag("--json", asJson, "Print the report as JSON");
   app.add_option("IMAGE.cdi", path, "The image to check")->required();
-  const int failure = tools::RunProgram(app, argc, argv, [&] {
+  const int failed = tools::RunProgram(app, argc, argv, [&] {
     const tools::InputFile file(path);
     const cdi::Source source{
         file.Size(), [&](std::uint64_t offset, std::span<std::byte> buffer) { file.ReadAt(offset, buffer); }};
@@ -42,5 +41,5 @@ int main(int argc, char** argv) {
     asJson ? cdicheck::PrintJson(report, std::cout) : cdicheck::Print(report, std::cout);
     if (!std::cout.flush()) throw std::runtime_error("the report could not be written");
   });
-  return failure != 0 ? 2 : status;
+  return failed != 0 ? failed : status;
 }
