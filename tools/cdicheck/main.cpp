@@ -12,6 +12,8 @@
 #include "common/files.h"
 #include "common/program.h"
 
+const tools::Program tools::Self{.name = "cdicheck", .failureStatus = 2};
+
 int main(int argc, char** argv) {
 #ifdef SIGPIPE
   std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is a report that could not be written
