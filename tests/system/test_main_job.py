@@ -81,6 +81,6 @@ def test_the_boot_file_is_the_scrambled_program_and_runs(build, job):
     (job / "hello.boot").write_bytes((job / "hello.iso").read_bytes()[:32768])
     running = subprocess.Popen(machine.split(), cwd=job, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
     spoken = running.stdout.readline()
-    running.kill()
+    running.terminate()  # which ends the machine as well
     running.communicate()
     assert spoken == b"Marrowvane hello\r\n"
