@@ -36,6 +36,7 @@ TEST_F(Files, RaiseTheirNumbersAndMoveNeverOverwrites) {
   EXPECT_EQ(EndOf([] { Move(L"none", L"to"); }), 53);
   EXPECT_EQ(EndOf([] { Move(L"file", L"none/to"); }), 76);
   EXPECT_EQ(EndOf([] { Move(L"file", L"older"); }), 58);
+  EXPECT_EQ(EndOf([] { Move(L"file", L"./file"); }), 58) << "onto itself";
   EXPECT_EQ(ReadFile("file") + ReadFile("older"), "newolder");
   Move(L"file", L"to");
   EXPECT_TRUE(ReadFile("to") == "new" && !PathExists(L"file"));

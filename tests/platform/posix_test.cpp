@@ -114,7 +114,10 @@ TEST(SplitCommandLine, ReadsQuotesAsWindowsProgramsDo) {
 TEST_F(Files, TempFolderIsPrivateOrNone) {
   const std::string folder = "marrowvan-" + std::to_string(::geteuid());
   ::setenv("TMPDIR", ".", 1);
-  EXPECT_EQ(TempFolder(), posix::Widen("./" + folder + "/"));
+  struct stat app {};
+  ASSERT_EQ(::stat(posix::Narrow(AppDir()).c_str(), &app), 0);
+  const std::string own = std::to_string(app.st_dev) + "-" + std::to_string(app.st_ino);
+  EXPECT_EQ(TempFolder(), posix::Widen("./" + folder + "/" + own + "/"));
   if (::geteuid() == 0) {  // nobody else can give a folder away
     EXPECT_EQ(::chown(folder.c_str(), 1, 1), 0);
     EXPECT_EQ(TempFolder(), L"") << "another's";

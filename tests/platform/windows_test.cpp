@@ -93,6 +93,8 @@ TEST(Records, OfTheFolderBrowser) {
   }
 }
 
-TEST_F(Files, RaiseABadNameAs52) {
+TEST_F(Files, KnowABadNameAndAFileByAnotherSpelling) {
   EXPECT_EQ(EndOf([] { Open(L"a|b?"); }), 52);
+  std::ofstream("IP.BIN") << "x";
+  EXPECT_EQ(EndOf([] { Move(L"IP.BIN", L"ip.bin"); }), 58) << "onto itself";
 }

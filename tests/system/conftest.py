@@ -72,11 +72,14 @@ class Desk:
     def __init__(self, build, root):
         self.build, self.root = build, root
         self.app, self.game, self.temp = root / "app", root / "game", root / "temp"
-        private_temp = self.temp if build.is_windows else self.temp / f"marrowvan-{os.getuid() or USER}"
-        self.cdi, self.iso = root / "out/demo.cdi", private_temp / "data.iso"
+        self.cdi = root / "out/demo.cdi"
         for folder in (self.app, self.game, self.temp, self.cdi.parent):
             folder.mkdir()
-        private_temp.mkdir(0o700, exist_ok=True)
+        users = self.temp if build.is_windows else self.temp / f"marrowvan-{os.getuid() or USER}"
+        own = users if build.is_windows else users / "{0.st_dev}-{0.st_ino}".format(self.app.stat())
+        for folder in (users, own):
+            folder.mkdir(0o700, exist_ok=True)
+        self.iso = own / "data.iso"
         self.program = self.tool("marrowvan")
         shutil.copy(build.program("marrowvan"), self.program)
         for tool in TOOLS:

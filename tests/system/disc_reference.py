@@ -147,7 +147,7 @@ def _both(number):
     return pack("<I", number) + pack(">I", number)
 
 
-def _record(name, address, file_size=None):
+def make_record(name, address, file_size=None):
     record = b"\0" + _both(address) + _both(2048 if file_size is None else file_size)
     record += pack("<7xBxx", 2 * (file_size is None)) + b"\1\0\0\1" + bytes([len(name)]) + name
     return bytes([(len(record) + 2) & ~1]) + record + bytes((len(record) + 1) % 2)
@@ -156,12 +156,12 @@ def _record(name, address, file_size=None):
 def make_iso(files, start=DataStart):
     """A volume of these files, by their names, and of a folder SUB with DATA.TXT of one byte."""
     root, sub, data = start + 18, start + 19, b""
-    records = _record(b"\0", root) + _record(b"\1", root) + _record(b"SUB", sub)
+    records = make_record(b"\0", root) + make_record(b"\1", root) + make_record(b"SUB", sub)
     for name, content in files.items():
-        records += _record(name, start + 20 + len(data) // 2048, len(content))
+        records += make_record(name, start + 20 + len(data) // 2048, len(content))
         data += content + bytes(-len(content) % 2048)
     descriptor = b"\1CD001\1".ljust(40, b"\0") + b"TEST".ljust(40) + _both(20 + len(data) // 2048)
-    descriptor = descriptor.ljust(156, b"\0") + _record(b"\0", root)
-    parts = descriptor, b"\xffCD001\1", records, _record(b"DATA.TXT;1", root, 1)
+    descriptor = descriptor.ljust(156, b"\0") + make_record(b"\0", root)
+    parts = descriptor, b"\xffCD001\1", records, make_record(b"DATA.TXT;1", root, 1)
     sectors = b"".join(part.ljust(2048, b"\0") for part in parts)
     return BootHeader.encode().ljust(32768, b"\x09") + sectors + data

@@ -1,13 +1,16 @@
 """What cdicheck says of images in which one thing is wrong: on the disc, in a sector, in the descriptor."""
 
 import json
+import os
 import re
+import subprocess
+import sys
 from pathlib import Path
 from struct import pack
 
 import pytest
-from disc_reference import DataOffset, Silence, lay_out, make_iso, make_program, make_sector, make_track
-from disc_reference import scramble
+from disc_reference import DataOffset, Silence, lay_out, make_iso, make_program, make_record, make_sector
+from disc_reference import make_track, scramble
 
 BootFile, Volume, Root = b"1ST_READ.BIN;1", 16 * 2048, 18 * 2048
 Files = {BootFile: scramble(make_program()), b"LAST.BIN;1": bytes(2048)}  # in sectors 20 and 21 of 22
@@ -31,13 +34,21 @@ def disc(files=Files, change=(0, b""), start=11702, **track):
     return image(track=make_track(patch(make_iso(files, start), *change), 2048, start=start, **track))
 
 
+def with_folder(sectors, size=2048):
+    """A disc whose folder SUB lies in these sectors, the first one at LBA 11724."""
+    return disc(Files | {b"HERE": sectors}, change=(Root + 68 + 2, pack("<I4xI", 11702 + 22, size)))
+
+
 def with_descriptor_of(length, short=disc()):
     return short[:-8] + bytes(length - 636) + short[-8:-4] + pack("<I", length)
 
 
+Nested = [make_record(b"D" * 200, 11725 + i).ljust(2048, b"\0") for i in range(3000)]
+ManyFiles = (make_record(b"F", 0, 0) * 60).ljust(2048, b"\0") * 1667
 Whole, End = image(), DataOffset + 22 * 2336
 Own = [(f"sector 21: {part}", 0, new) for part, new in make_sector(bytes(2048), b"\1\0\x08\0").items()]
 Corpus = sorted(Path(__file__).parents[2].glob("fuzz/corpus/*.cdi"))
+NoTrack = Silence._replace(parts={}, pregap=0)
 Good, NoProgram, WrongSector = "No problems found.", "does not look like a program", "1 sector has a wrong"
 DamagedFolder, NoImage = "a folder of the volume is damaged", "cdicheck: a.cdi: no DiscJuggler image: "
 ROWS = [
@@ -52,7 +63,7 @@ ROWS = [
     ("mkisofs -C 0,11702", disc(change=(Volume + 158, b"\1\0"))),
     ("no ISO 9660 volume", disc(change=(Volume + 1, b"X"))),
     ("no boot header", disc(change=(0, b"X"))),
-    ("is B6D9, but product number and version make it B6D8", disc(change=(32, b"B6D9"))),
+    ("is \\x9B6D9, but product number and version make it B6D8", disc(change=(32, b"\x9b6D9"))),
     ("without an IP.TMPL", disc(change=(256, bytes(32512)))),
     ("no code at offset 0x300", disc(change=(0x300, b"\xff\xff"))),
     ("no code at offset 0x300", disc(change=(0x300, bytes(4)))),
@@ -69,6 +80,9 @@ ROWS = [
     (DamagedFolder, disc(change=(Root, pack("B33x", 34) * 59 + b"\x2b"))),  # beyond the sector's end
     ("no such file", disc(change=(Root, pack("B41x", 42) + pack("B33x", 34) * 59))),  # up to it
     (DamagedFolder, disc(change=(Root + 68 + 32, b"\4"))),  # a longer name than the record has room for
+    ("paths of the volume are longer", with_folder(b"".join(Nested))),
+    ("more files than a disc can", with_folder(ManyFiles, len(ManyFiles))),
+    (Good, disc(change=(Root + 68 + 2, pack("<I", 11702 + 18)))),  # a folder in itself
     ("2 sectors have a wrong", image(("sector 20: EDC", 3, b"!"), ("sector 21: P parity", 0, b"!"))),
     ("first one at LBA 11722:", image(("sector 20: P parity", 0, b"!"), ("sector 21: EDC", 0, b"!"))),
     (WrongSector, image(("sector 21: Q parity", 103, b"!"), track=make_track(make_iso(Files), 2352))),
@@ -76,31 +90,53 @@ ROWS = [
     ("truncated", Whole[:-1000]),
     ("2336 bytes belong to no track", Whole[:End] + bytes(2336) + Whole[End:]),
     ("too short for the tracks", Whole[: End - 2336] + Whole[End:]),
-    ("length is not that of its parts", image(("fields", 6, bytes([21])))),
-    ("last session has no data track", image(last=[[Silence]])),
+    ("length is not that of its parts", Whole.replace(pack("<II", 150, 302), pack("<II", 150, 301))
+     .replace(pack("<II", 150, 22), pack("<II", 150, 21))),
+    ("last session has no data track", image(last=[[NoTrack] * 97])),
     ("not in Mode 2", disc(mode=1)),
     ("warning: The disc has 360001 sectors, but", disc(start=360001 - 22)),
     (NoImage + "the descriptor ends in the middle of a block", pack("<II", 0x80000005, 0)),
     (NoImage + "the descriptor lies at no possible place", with_descriptor_of((1 << 20) + 1)),
+    (NoImage + "the descriptor tells of more tracks", image(last=[[NoTrack] * 98])),
     (NoImage + "a track has other than two index lengths", image(("fields", 0, b"\3"))),
     (NoImage + "a track has CD-Text", image(("fields", 10, b"\1"))),
 ]
 
 
+MEASURED = "import resource, subprocess, sys; status = subprocess.call(sys.argv[1:]);" \
+    "print('KiB:', resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss, flush=True); sys.exit(status)"
+
+
 @pytest.mark.parametrize("words, checked", ROWS, ids=[words for words, _ in ROWS])
 def test_says(build, tmp_path, words, checked):
     (tmp_path / "a.cdi").write_bytes(checked)
-    status, said = build.run("cdicheck", "a.cdi", cwd=tmp_path)
+    checker = build.program("cdicheck")
+    status, said = build.run(Path(sys.executable), "-c", MEASURED, checker, "a.cdi", cwd=tmp_path)
     [(verdict, kind)] = re.findall("^((No|error:|warning:|cdicheck:) .*)", said, re.MULTILINE)
     assert words in verdict and status == {"No": 0, "error:": 1, "warning:": 1, "cdicheck:": 2}[kind]
+    assert int(re.search("^KiB: (.*)", said, re.MULTILINE)[1]) < 256 * 1024
 
 
 def test_reports(build, tmp_path):
-    (tmp_path / "a.cdi").write_bytes(disc({b"\xe9.TXT;1": b""}))
+    image_of_both = disc({b"\xc3\xa9\x1b.TXT;1": b"", b"\xe9\x9b.TXT;1": b""}, change=(128, b"\n\x7f\xb5"))
+    (tmp_path / "a.cdi").write_bytes(image_of_both)
     said = build.run("cdicheck", "a.cdi", cwd=tmp_path).said
     assert "session 2: data, Mode 2, 20 sectors of 2048 bytes from LBA 11702\n" in said
-    assert 'boot file: 1ST_READ.BIN\n' in said and 'Volume "TEST"\n  SUB/DATA.TXT  1 bytes\n' in said
+    assert "boot file: 1ST_READ.BIN\n" in said and "title: \\x0A\\x7Fµle\n" in said
+    assert 'Volume "TEST"\n  SUB/DATA.TXT  1 bytes\n  é\\x1B.TXT  0 bytes\n  é\\x9B.TXT  0 bytes\n' in said
     report = json.loads(build.run("cdicheck", "--json", "a.cdi", cwd=tmp_path).said)
     assert [track["length"] for track in report["tracks"]] == [302, 20] and report["volume"] == "TEST"
     assert report["bootHeader"]["date"] == "20260101" and report["problems"][0]["severity"] == "error"
-    assert report["files"][1] == {"path": "\ufffd.TXT", "size": 0}
+    assert report["files"][1:] == [{"path": path, "size": 0} for path in ("é\x1b.TXT", "é\x9b.TXT")]
+    (tmp_path / "a.cdi").write_bytes(b"")
+    status, said = build.run("cdicheck", "--json", "a.cdi", cwd=tmp_path)
+    assert status == 2 and "no DiscJuggler image: the" in json.loads(said)["problems"][0]["text"]
+
+
+def test_tells_that_the_report_is_lost(build):
+    reader, without_reader = os.pipe()
+    os.close(reader)
+    for output in (without_reader, os.open("/dev/full", os.O_WRONLY)):
+        ended = subprocess.run(**build.call("cdicheck", Corpus[0]), stdout=output, stderr=subprocess.PIPE)
+        os.close(output)
+        assert (ended.returncode, ended.stderr) == (2, b"cdicheck: the report could not be written\n")

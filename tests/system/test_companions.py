@@ -33,12 +33,22 @@ def test_scrambles_and_back(build, folder, size):
     assert build.run("scramble", "plain", "scrambled", cwd=folder) == (0, "")
     assert build.run("scramble", "-d", "scrambled", "back", cwd=folder) == (0, "")
     assert (folder / "scrambled").read_bytes() == scramble(plain) and (folder / "back").read_bytes() == plain
+    assert (folder / "scrambled").stat().st_mode == (folder / "plain").stat().st_mode
 
 
 @pytest.mark.parametrize("name", ["output", "--cdi", pytest.param("n" * 255, marks=posix_only)], ids=len)
 def test_makes_the_image(build, folder, name):
     assert build.run("cdi4dc", "good", name, cwd=folder) == (0, "")
+    image = (folder / name).read_bytes()
     assert read_image(folder / name) == (Iso, name, "TEST", 129) and {*names(folder)} == {*Files, name}
+    assert build.run("cdi4dc", "good", name, cwd=folder) == (0, "") and (folder / name).read_bytes() == image
+
+
+@posix_only
+def test_writes_the_file_that_a_link_leads_to(build, folder):
+    (folder / "link").symlink_to("output")
+    assert build.run("scramble", "good", "link", cwd=folder) == (0, "")
+    assert (folder / "output").read_bytes() == scramble(Iso) and (folder / "link").is_symlink()
 
 
 @pytest.mark.parametrize("line, status, said", [
@@ -76,3 +86,17 @@ def test_shows_its_progress_on_a_terminal(build, folder):
     subprocess.run([build.program("cdi4dc"), "good", "output"], cwd=folder, stderr=terminal, check=True)
     os.set_blocking(screen, False)
     assert re.fullmatch(rb"(\rcdi4dc: \d\d %)+\rcdi4dc: 100 %\r\n", os.read(screen, 1000))
+
+
+@posix_only
+@pytest.mark.parametrize("program", ["marrowvan", "scramble", "cdi4dc", "cdicheck"])
+def test_what_is_delivered_is_hardened_and_stripped(build, program):
+    if "HARDENED:INTERNAL=FALSE" in (build.folder / "CMakeCache.txt").read_text():
+        pytest.skip("a build for a debugger")
+    found = subprocess.check_output(["readelf", "-SWld", "--dyn-syms", build.program(program)], text=True)
+    for wanted in ("Flags: NOW PIE", "GNU_RELRO", "GNU_STACK .* RW ", "__stack_chk_fail@", r"[fh]_chk@"):
+        assert re.search(wanted, found)
+    assert not re.search(r"\.symtab|\.debug_", found)
+    symbols = (build.folder / f"symbols/{program}.debug").read_bytes()
+    assert b"-fstack-clash-protection" in symbols  # they tell the flags of the compiler
+    assert b"-fcf-protection" in symbols or os.uname().machine != "x86_64"

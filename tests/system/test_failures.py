@@ -1,8 +1,14 @@
 """Whatever single call of the C library fails in a run, the run keeps its promises about the user's files."""
 
-from errno import EDQUOT, EINTR, EIO, EOPNOTSUPP, EROFS, EXDEV
+import os
+import pty
+import subprocess
+import termios
+from errno import EDQUOT, EINTR, EIO, ENOENT, ENOMEM, EOPNOTSUPP, EROFS, EXDEV
+from signal import SIG_DFL, SIG_IGN, SIGINT, SIGKILL, SIGTERM, signal
 
 import pytest
+from conftest import names
 
 PLAIN = b"0123456789abcdefghijklmnopqrstuvwxyz" + bytes(n * n % 251 for n in range(5000))
 ELF = b"\x7FELF" + PLAIN
@@ -14,6 +20,8 @@ TOOLS = {"sh-elf-objcopy": '/bin/cp "$5" "$6"', "cdi4dc": '/bin/cp "$1" "$2"',  
          "mkisofs": '/usr/bin/tail -q -c +97 "$2" "${12}"/* > "${11}"',  # byte 96 of each file, so no dates
          "scramble": '/usr/bin/tr a-z A-Z < "$1" > "$2"'}
 ANY_GAME = "close fstat lseek lstat open posix_spawnp read readlink write"
+NO_PROC = f" access:0:{ENOENT}"  # so an open file without a name could not get one
+ISO = (bytes(32768) + b"\1CD001\1" + PLAIN * 90)[:237 * 2048]
 RUNS = [  # no failing waitpid: the run would overtake its tool, and only EINTR can make one fail
     ("ELF file", EIO, f"{ANY_GAME} fstatat opendir readdir renameat2 stat", "a failure"),
     ("binary, other volume", EIO, f"{ANY_GAME} fchmod fsync futimens unlink", "a failure"),
@@ -84,27 +92,63 @@ def test_a_failure_is_told_although_the_telling_is_interrupted(desk, call, said)
     assert make_image(desk, "ELF file", f"{call} write:2:{EINTR} write:0:0") == (1, said)
 
 
-@pytest.mark.parametrize("error, calls, expected", [
-    (EIO, "fallocate fstat ftruncate open pread pthread_create pwrite rename", {1}),
-    (EIO, "close", {0, 1}),  # of the file that is read, of the one that is written
-    (EIO, "realpath stat unlink", {0}),
-    (EINTR, "fallocate pread pwrite", {0}),
-    (0, "pread pwrite", {0}),
-    (EOPNOTSUPP, "fallocate", {0}),
+@pytest.mark.parametrize("place, error, calls, expected", [
+    ("older file", EIO, "fallocate fstat ftruncate pread pthread_create pwrite rename", {1}),
+    ("older file", EIO, "close", {0, 1}),  # of the file that is read, of the one that is written
+    ("older file", EIO, "linkat open", {0, 1}),  # the first attempt, the second
+    ("older file", EIO, "access realpath stat unlink", {0}),
+    ("older file", EINTR, "fallocate pread pwrite", {0}),
+    ("older file", 0, "pread pwrite", {0}),
+    ("older file", EOPNOTSUPP, "fallocate", {0}),
+    ("older file", ENOMEM, "malloc", {0, 1}),
+    ("nothing", EIO, "close", {0, 1}),
+    ("nothing", EIO, "linkat", {0}),
+    ("older file, no /proc", EIO, "fallocate rename", {1}),
+    ("older file, no /proc", EIO, "close open unlink", {0, 1}),
 ])
 @pytest.mark.parametrize("tool", ["scramble", "scramble -d", "cdi4dc"])
-def test_a_companion_leaves_the_right_file_or_the_older_one(build, tmp_path, tool, error, calls, expected):
+def test_a_companion_leaves_the_right_file_or_the_older(build, tmp_path, tool, place, error, calls, expected):
     def run(word):
-        out.write_bytes(b"older")
-        return build.run(name, *options, "in", "out", cwd=tmp_path, env=failing(build, name, word, tmp_path))
+        out.unlink(missing_ok=True)
+        if older:
+            out.write_bytes(older)
+        env = failing(build, name, word + (NO_PROC if "no /proc" in place else ""), tmp_path)
+        return build.run(name, *options, "in", "out", cwd=tmp_path, env=env)
     name, *options = tool.split()
-    out = tmp_path / "out"
-    (tmp_path / "in").write_bytes((b"\0" * 32768 + b"\1CD001\1" + PLAIN * 90)[:237 * 2048])
+    out, older = tmp_path / "out", None if place == "nothing" else b"older"
+    (tmp_path / "in").write_bytes(ISO)
     assert run("none:1:1") == (0, "")
     right, statuses = out.read_bytes(), set()
     for status, said in (end for call in calls.split() for end in each_failure(run, tmp_path, call, error)):
         statuses.add(status)
-        assert out.read_bytes() == (b"older" if status else right)
+        assert (out.read_bytes() if out.exists() else None) == (older if status else right)
         assert said.startswith(f"{name}: ") if status else said == ""
         assert not list(tmp_path.glob(".part-*"))
     assert statuses == expected
+
+
+@pytest.mark.parametrize("line, failure", [("scramble in out", 1), ("cdi4dc in out", 1), ("cdicheck in", 2)])
+def test_a_companion_tells_that_memory_is_short(build, tmp_path, line, failure):
+    def run(word):
+        return build.run(*line.split(), cwd=tmp_path, env=failing(build, name, word, tmp_path))
+    name = line.split()[0]
+    (tmp_path / "in").touch()
+    ends = {*each_failure(run, tmp_path, "malloc", ENOMEM)} - {run("none:1:1")}
+    assert ends == {(failure, f"{name}: out of memory\n")}
+
+
+@pytest.mark.parametrize("calls, on_interrupt, sent", [
+    ("", SIG_DFL, [SIGKILL]), (NO_PROC, SIG_DFL, [SIGINT]), (NO_PROC, SIG_IGN, [SIGINT, SIGTERM])])
+def test_a_companion_that_is_ended_leaves_nothing(build, tmp_path, calls, on_interrupt, sent):
+    """It waits for ever to show its progress, since the terminal takes nothing."""
+    screen, terminal = pty.openpty()
+    termios.tcflow(terminal, termios.TCOOFF)
+    (tmp_path / "in").write_bytes(ISO)
+    process = subprocess.Popen([build.program("cdi4dc"), "in", "out"], cwd=tmp_path, stderr=terminal,
+                               env=os.environ | failing(build, "cdi4dc", "pwrite:1:0" + calls, tmp_path),
+                               preexec_fn=lambda: signal(SIGINT, on_interrupt))
+    while not (tmp_path / "failed").exists():
+        assert process.poll() is None
+    for number in sent:
+        process.send_signal(number)
+    assert process.wait() == -sent[-1] and names(tmp_path) == ["failed", "in"]

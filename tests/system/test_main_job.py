@@ -25,11 +25,17 @@ def run_requests(app, stop):
             (app / "request").unlink()
 
 
-@pytest.fixture(scope="module")
-def job(build, tmp_path_factory):
-    """The folder in which one whole run took place."""
+OTHER_MAKERS = [pytest.param(tool, marks=pytest.mark.posix_only)
+                for tool in ("xorrisofs", "genisoimage") if shutil.which(tool)]
+
+
+@pytest.fixture(scope="module", params=["mkisofs", *OTHER_MAKERS])
+def job(build, tmp_path_factory, request):
+    """The folder in which one whole run took place, with this one tool that makes ISO images on PATH."""
     folder = tmp_path_factory.mktemp("job")
     app, game = folder / "app", folder / "my game"
+    for tool in ("sh-elf-objcopy", request.param):
+        (folder / tool).symlink_to(shutil.which(tool))
     shutil.copytree(build.bin, app)
     shutil.copytree(build.root / "examples/hello/data", game)
     shutil.copy(build.hello_elf, game)
@@ -40,9 +46,11 @@ def job(build, tmp_path_factory):
     stop = threading.Event()
     bridge = threading.Thread(target=run_requests, args=(app, stop))
     bridge.start()
-    temp = {"PRESS_OK_TEMP" if build.is_windows else "TMPDIR": build.host_path(folder)}
+    here = {"TMPDIR": folder, "PATH": folder}
+    if build.is_windows:
+        here = {"PRESS_OK_TEMP": build.host_path(folder)}
     ended = build.run(app / build.program("marrowvan").name, "--dir", game, "--cdi", folder / "hello.cdi",
-                      "--cdvol", "Hello", "--coder", "Me", env=temp)
+                      "--cdvol", "Hello", "--coder", "Me", env=here)
     stop.set()
     bridge.join()
     assert ended.status == 0 and "Usage" not in ended.said

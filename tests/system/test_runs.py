@@ -6,6 +6,7 @@ import pty
 import re
 import signal
 import subprocess
+from pathlib import Path
 
 import pytest
 
@@ -46,14 +47,19 @@ def prepare(desk, script):
     *(posix_row(f"{tool} is interrupted", f"echo interrupt > app/{tool}.does", unknown_error(message), left)
       for tool, message, left in FAILURES if tool != "scramble"),
     row("scramble is missing", "rm app/scramble*", unknown_error("scramble failed!"), ""),
-    row("mkisofs writes half an image and dies", "echo half > app/mkisofs.does", "", BUILT),
+    *(posix_row(f"SIG{name} comes for the run while mkisofs works, which gets it as well",
+                f"printf '#!/bin/sh\nkill -{name} $PPID; exec /bin/sleep 300' > app/mkisofs",
+                unknown_error("mkisofs failed!"), BUILT) for name in ("TERM", "HUP")),
+    *(posix_row(f"{tool} dies over half of its output, where an older one stands",
+                f"echo old > game/1ST_READ.BIN; echo half > app/{tool}.does", unknown_error(message),
+                left if left == BUILT else f"1ST_READ.BIN {left}") for tool, message, left in FAILURES),
     row("mkisofs complains behind its work", "echo exit1 > app/mkisofs.does", "", BUILT),
     row("mkisofs makes an image of yesterday", "echo old > app/mkisofs.does",
         unknown_error("mkisofs ISO time mismatch!"), BUILT),
     row("cdi4dc makes an image of yesterday", "echo old > app/cdi4dc.does",
         unknown_error("cdi4dc CDI time mismatch!"), BUILT),
     posix_row("an old data.iso that mkisofs does not replace, being a folder",
-              "echo nothing > app/mkisofs.does; cd temp/*; rm *; mkdir data.iso; touch -d 2001-1-1 *",
+              "echo nothing > app/mkisofs.does; cd temp/*/*; rm *; mkdir data.iso; touch -d 2001-1-1 *",
               unknown_error("mkisofs ISO time mismatch!"), BUILT),
     posix_row("an old image that cdi4dc does not replace, being a folder",
               "echo nothing > app/cdi4dc.does; cd out; rm *; mkdir demo.cdi; touch -d 2001-1-1 *",
@@ -79,6 +85,8 @@ def prepare(desk, script):
     posix_row("the same without a template", "rm app/IP.TMPL; chmod 555 app", NO_ACCESS, "1ST_READ.BIN"),
     posix_row("a full disk", "ln -s /dev/full game/IP.BIN", "Run-time error: '61'\n\nDisk full\n", BUILT),
     posix_row("a temporary folder that others read", "chmod 750 temp/*",
+              unknown_error("sh-objcopy failed!"), "demo.elf"),
+    posix_row("a folder in it that others read", "chmod 750 temp/*/*",
               unknown_error("sh-objcopy failed!"), "demo.elf"),
     row("no boot file", "rm game/*", NOT_LOCATED, ""),
 ])
@@ -158,6 +166,18 @@ def test_a_program_on_another_volume_in_a_folder_that_reads_like_options(desk, n
     assert (desk.game / "IP.BIN").stat().st_size == 32768
 
 
+@posix_only
+def test_two_copies_of_the_program_at_once(desk, new_desk):
+    """The second one runs whole while the first one is at its last tool."""
+    other = new_desk()
+    call = f"{other.program} --dir {other.game} --cdi {other.cdi}"
+    for each in (desk, other):
+        each.own_it()
+    prepare(desk, f"""printf '#!/bin/sh\n{call} && test -e "$1" && echo whole > "$2"' > app/cdi4dc""")
+    assert desk.make_image() == (0, "")
+    assert (desk.cdi.read_text(), other.cdi.read_text()) == ("whole\n", "made by cdi4dc")
+
+
 # Whoever starts it
 
 
@@ -170,10 +190,20 @@ def test_started_without_standard_error_a_message_goes_into_no_file(desk):
 
 
 @posix_only
-def test_a_message_that_nobody_reads(desk):
+def test_nobody_reads_what_the_tools_and_the_run_say(desk):
+    prepare(desk, "for tool in scramble mkisofs cdi4dc; do echo speak > app/$tool.does; done")
     reader, writer = os.pipe()
     os.close(reader)
-    assert desk.start("--dir", "none", "--cdi", "x", stdin=subprocess.DEVNULL, stderr=writer).wait() == 1
+    nobody = {"stdin": subprocess.DEVNULL, "stdout": writer, "stderr": writer}
+    assert desk.start("--dir", "none", "--cdi", "x", **nobody).wait() == 1
+    assert desk.start("--dir", desk.game, "--cdi", desk.cdi, **nobody).wait() == 0
+
+
+@posix_only
+def test_a_host_without_proc_is_told_of(desk):
+    without_proc = ["--dev-bind", "/", "/", "--tmpfs", "/proc", desk.program, "--dir", "x"]
+    ended = desk.build.run(Path("/usr/bin/bwrap"), *without_proc)
+    assert ended == (1, "Run-time error: '57'\n\nDevice I/O error\n")
 
 
 @posix_only
@@ -209,9 +239,9 @@ def test_an_interrupt_while_no_tool_runs_ends_the_run(desk):
 
 @posix_only
 @pytest.mark.parametrize("typed, status, shown", [
-    row("an empty line is a cancel, and the message waits for Enter", "\n\n", 1, ["Choose", "Usage"]),
-    row("the end of input is a cancel", "\x04\n", 1, ["Choose", "Usage"]),
-    row("an empty line cancels the second question", "{game}\n\n\n", 1, ["Choose", "Save", "Usage"]),
+    row("an empty line is a cancel, and the message waits", "\n\n", 1, ["Choose", "Usage", "Enter"]),
+    row("the end of input is a cancel", "\x04\n", 1, ["Choose", "Usage", "Enter"]),
+    row("an empty line at the second question", "{game}\n\n\n", 1, ["Choose", "Save", "Usage", "Enter"]),
     row("two answers", "{game}\n{cdi}\n", 0, ["Choose", "Save"]),
 ])
 def test_questions_at_a_terminal(desk, typed, status, shown):
@@ -223,7 +253,7 @@ def test_questions_at_a_terminal(desk, typed, status, shown):
     os.close(program)
     with open(user, "rb", buffering=0) as screen:
         seen = b"".join(read_to_the_end(screen)).decode()
-    asked = "(Choose) the folder to selfboot... |(Save) your DiscJuggler file as... |(Usage): "
+    asked = r"(Choose) the folder to selfboot... |(Save) your DiscJuggler file as... |(Usage): |\[(Enter)\]"
     assert ["".join(words) for words in re.findall(asked, seen)] == shown
     assert desk.cdi.read_text() == ("older" if status else "made by cdi4dc")
 
@@ -239,7 +269,7 @@ ASK_FOLDER = "[--file-selection][--title=Choose the folder to selfboot...][--dir
 ASK_FILE = ("[--file-selection][--title=Save your DiscJuggler file as...][--save"
             "][--file-filter=DiscJuggler (*.cdi) | *.cdi][--file-filter=All files (*.*) | *")
 TELL_ERROR = "[--error][--no-markup][--title=][--text=" + NOT_LOCATED.split("\n")[0]
-TELL_USAGE = "[--info][--no-markup][--title=][--text=" + USAGE.strip()
+TELL_USAGE = "[--info][--no-markup][--title=][--text=" + USAGE.strip() + "][--icon-name="
 
 
 @posix_only

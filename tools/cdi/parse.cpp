@@ -13,6 +13,7 @@ namespace cdi {
 namespace {
 
 constexpr std::uint64_t LongestDescriptor = 1 << 20;
+constexpr std::size_t MostTracks = 99;  // on a disc
 
 /// In version 2 a track block ends 12 bytes behind this field, and a session block has no zero in front.
 constexpr std::size_t TrackSizeVersion2 = track_block::IsrcValid.offset + track_block::IsrcValid.width + 12;
@@ -103,6 +104,9 @@ Image ParseImage(const Source& source) {
     const std::size_t missing = version == Version2 && session > 0 ? 1 : 0;
     reader.NextBlock(session_block::Size - missing);
     const std::uint32_t tracks = reader.Get({session_block::TrackCount.offset - missing, 1});
+    if (image.tracks.size() + tracks > MostTracks) {
+      throw FormatError("the descriptor tells of more tracks than a disc can have");
+    }
     for (std::uint32_t i = 0; i < tracks; ++i) {
       Track track = ReadTrack(reader, session, version);
       track.offset = image.tracksEnd + std::uint64_t{track.pregap} * track.sectorSize;

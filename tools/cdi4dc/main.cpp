@@ -142,9 +142,11 @@ void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
 
 }  // namespace
 
+const tools::Program tools::Self{.name = "cdi4dc", .failureStatus = 1};
+
 int main(int argc, char** argv) {
-  CLI::App app("Makes a self-booting DiscJuggler image of an ISO image whose session starts at sector 11702.",
-               "cdi4dc");
+  CLI::App app(
+      "Makes a self-booting DiscJuggler image of an ISO image whose session starts at sector 11702.");
   std::string iso;
   std::string image;
   app.add_option("IN.iso", iso, "The ISO 9660 image to read")->required();

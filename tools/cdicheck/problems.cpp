@@ -1,5 +1,6 @@
 #include "cdicheck/problems.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <initializer_list>
 #include <string>
@@ -14,6 +15,7 @@ void Add(Report& report, const Sentence& sentence, std::initializer_list<std::st
     text.replace(at, 2, finding);
     at += finding.size();
   }
+  if (std::ranges::find(report.problems, text, &Problem::text) != report.problems.end()) return;
   report.problems.push_back({sentence.severity, text});
 }
 

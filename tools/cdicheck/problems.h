@@ -96,7 +96,7 @@ inline constexpr Sentence NotScrambled = Error(
 
 }  // namespace problems
 
-/// Adds the problem with `findings` in their places.
+/// Adds the problem with `findings` in their places, unless it is there already.
 void Add(Report& report, const Sentence& sentence, std::initializer_list<std::string> findings = {});
 
 }  // namespace cdicheck

@@ -20,7 +20,10 @@ namespace {
 namespace folder_record = disc::iso9660::folder_record;
 namespace volume_descriptor = disc::iso9660::volume_descriptor;
 
+/// More than any disc has. They bound the memory and the time that a damaged volume takes.
 constexpr std::size_t MostFiles = 100'000;
+constexpr std::size_t LongestPath = 4096;
+constexpr std::size_t LongestPaths = std::size_t{32} << 20;  ///< all together
 
 /// In front of the subheader of a sector that is stored as it lies on the disc.
 constexpr std::uint64_t SyncAndHeaderSize = 16;
@@ -53,12 +56,12 @@ Record ReadRecord(std::span<const std::byte> record) {
           .name = name.substr(0, version)};
 }
 
-/// All folders together have no more than `sectorsLeft` sectors.
-std::vector<Record> ReadFolder(const DataTrack& track, std::uint32_t lba, std::uint32_t size,
-                               std::uint32_t& sectorsLeft) {
-  std::vector<Record> records;
-  for (std::uint64_t done = 0; done < size; done += cdi::UserDataSize, ++lba) {
-    if (sectorsLeft-- == 0) throw cdi::FormatError("the folders of the volume overlap");
+/// Calls `visit` with each record of a folder. All folders together have no more than `sectorsLeft` sectors.
+template <typename Visit>
+void ForEachRecord(const DataTrack& track, const Record& folder, std::uint32_t& sectorsLeft, Visit visit) {
+  std::uint32_t lba = folder.lba;
+  for (std::uint64_t done = 0; done < folder.size; done += cdi::UserDataSize, ++lba) {
+    if (sectorsLeft-- == 0) throw cdi::FormatError("the folders of the volume are larger than a disc");
     const std::vector<std::byte> sector = track.Sector(lba);
     for (std::size_t at = 0; at < sector.size();) {
       const auto left = std::span(sector).subspan(at);
@@ -67,12 +70,10 @@ std::vector<Record> ReadFolder(const DataTrack& track, std::uint32_t lba, std::u
       if (length < folder_record::NameOffset || length > left.size()) {
         throw cdi::FormatError("a folder of the volume is damaged");
       }
-      records.push_back(ReadRecord(left.first(length)));
+      visit(ReadRecord(left.first(length)));
       at += length;
     }
-    if (records.size() > MostFiles) throw cdi::FormatError("a folder of the volume has no end");
   }
-  return records;
 }
 
 bool IsSelfOrParent(const Record& record) {
@@ -102,6 +103,7 @@ std::vector<std::byte> DataTrack::Sector(std::uint32_t lba) const {
 
 std::vector<std::byte> DataTrack::Bytes(std::uint32_t lba, std::size_t length) const {
   std::vector<std::byte> bytes;
+  bytes.reserve(length);
   while (bytes.size() < length) {
     const std::vector<std::byte> sector = Sector(lba++);
     const std::size_t count = std::min(length - bytes.size(), sector.size());
@@ -124,21 +126,25 @@ Volume ReadVolume(const DataTrack& track) {
   };
   std::vector<Folder> folders{{"", root}};
   std::set<std::uint32_t> seen{root.lba};
-  std::size_t count = 0;
-  std::uint32_t sectorsLeft = track.Track().length;
+  std::size_t count = 0, pathLengths = 0;
+  std::uint32_t sectorsLeft = cdi::DiscCapacity;
   while (!folders.empty()) {
     const Folder folder = std::move(folders.back());
     folders.pop_back();
-    for (const Record& record : ReadFolder(track, folder.record.lba, folder.record.size, sectorsLeft)) {
+    ForEachRecord(track, folder.record, sectorsLeft, [&](const Record& record) {
       if (++count > MostFiles) throw cdi::FormatError("the volume holds more files than a disc can");
-      if (IsSelfOrParent(record)) continue;
-      const std::string path = folder.path + record.name;
+      if (IsSelfOrParent(record)) return;
+      std::string path = folder.path + record.name;
+      pathLengths += path.size();
+      if (path.size() > LongestPath || pathLengths > LongestPaths) {
+        throw cdi::FormatError("the paths of the volume are longer than a disc's can be");
+      }
       if (!record.isFolder) {
-        volume.files.push_back({path, record.lba, record.size, record.hasVersion});
+        volume.files.push_back({std::move(path), record.lba, record.size, record.hasVersion});
       } else if (seen.insert(record.lba).second) {
         folders.push_back({path + "/", record});
       }
-    }
+    });
   }
   std::ranges::sort(volume.files, {}, &FileEntry::path);
   return volume;

@@ -65,8 +65,10 @@ class InputFile {
   std::uint64_t size_ = 0;
 };
 
-/// A file that appears complete or not at all: it is written beside its place under a name of its own and
-/// moves there, over an older file, only in `Commit`. Every failure is a `FileError`.
+/// A file that appears complete or not at all: it comes to its place, over an older file, only in `Commit`.
+/// Until then the host removes it if the process ends, however that may be; it is written without a name, or
+/// under one of its own beside its place. Where a POSIX file system or kernel has no files without a name, a
+/// process that is killed leaves it. Every failure is a `FileError`.
 class OutputFile {
  public:
   /// Refuses a place where something stands that is no file. Where the host has links, one to a file is

@@ -34,6 +34,28 @@ std::string FollowLink(const std::string& path) {
   return ::realpath(path.c_str(), target.data()) != nullptr ? std::string(target.data()) : path;
 }
 
+std::string FolderOf(const std::string& path) {
+  return path.substr(0, path.rfind('/') + 1);
+}
+
+/// A name beside `target` for a file that is to move there.
+std::string UnusedPartPath(const std::string& target) {
+  std::string path = FolderOf(target) + ".part-" + std::to_string(::getpid());
+  ::unlink(path.c_str());  // left by a process that had the same number
+  return path;
+}
+
+/// What the system calls an open file, even one that stands in no folder.
+std::string NameOfOpenFile(const FileHandle& file) {
+  return "/proc/self/fd/" + std::to_string(Descriptor(file));
+}
+
+/// Gives an open file without a name that of `path`. False if something has it.
+bool Link(const FileHandle& file, const std::string& path) {
+  const std::string source = NameOfOpenFile(file);
+  return ::linkat(AT_FDCWD, source.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 std::array<char, PATH_MAX> unfinished{};
 
 void RemoveUnfinishedAndEnd(int signal) {
@@ -84,8 +106,12 @@ void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const 
 OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLink(path)) {
   struct stat status {};
   if (::stat(target_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
-  std::string partPath = target_.substr(0, target_.rfind('/') + 1) + ".part-" + std::to_string(::getpid());
-  ::unlink(partPath.c_str());  // left by a process that had the same number
+  const std::string folder = FolderOf(target_) + ".";
+  file_ = FileHandle(::open(folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0666));
+  if (file_.IsOpen() && ::access(NameOfOpenFile(file_).c_str(), F_OK) == 0) return;
+
+  // Not every file system has files without a name, nor every system a way to name them.
+  std::string partPath = UnusedPartPath(target_);
   file_ = FileHandle(::open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   if (!file_.IsOpen()) Fail(path_);
   part_.path = std::move(partPath);
@@ -114,7 +140,16 @@ void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
 }
 
 void OutputFile::Commit() {
-  if (!file_.Close() || ::rename(part_.path.c_str(), target_.c_str()) != 0) Fail(path_);
+  if (part_.path.empty()) {  // it gets its name while it is open: its own if nothing has that
+    std::string name = target_;
+    if (!Link(file_, name)) {
+      name = UnusedPartPath(target_);
+      if (!Link(file_, name)) Fail(path_);
+    }
+    part_.path = std::move(name);
+  }
+  if (!file_.Close()) Fail(path_);
+  if (part_.path != target_ && ::rename(part_.path.c_str(), target_.c_str()) != 0) Fail(path_);
   part_.path.clear();
 }
 

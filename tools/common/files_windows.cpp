@@ -45,12 +45,11 @@ OVERLAPPED At(std::uint64_t offset) {
   return place;
 }
 
-std::string unfinished;
-
-/// For Ctrl-C and the closing of the console. The file goes when the process, which has it open, ends.
-BOOL WINAPI RemoveUnfinished(DWORD) {
-  ::DeleteFileA(unfinished.c_str());
-  return FALSE;
+/// Says whether the system removes the file as soon as it is closed, which it is too when its process is
+/// ended.
+void RemoveWhenClosed(const FileHandle& file, bool remove) {
+  FILE_DISPOSITION_INFO disposition{.DeleteFile = remove};
+  ::SetFileInformationByHandle(HandleOf(file), FileDispositionInfo, &disposition, sizeof disposition);
 }
 
 bool IsFolder(const std::string& path) {
@@ -94,11 +93,10 @@ OutputFile::OutputFile(const std::string& path) : path_(path), target_(path) {
   if (IsFolder(target_)) throw FileError(path_, "not a file");
   std::string partPath = target_.substr(0, target_.find_last_of(PathSeparators) + 1) + ".part-" +
                          std::to_string(::GetCurrentProcessId());
-  file_ = Open(partPath, GENERIC_WRITE, FILE_SHARE_DELETE, CREATE_ALWAYS);
+  file_ = Open(partPath, GENERIC_WRITE | DELETE, FILE_SHARE_DELETE, CREATE_ALWAYS);
   if (!file_.IsOpen()) Fail(path_);
   part_.path = std::move(partPath);
-  unfinished = part_.path;
-  ::SetConsoleCtrlHandler(RemoveUnfinished, TRUE);
+  RemoveWhenClosed(file_, true);
 }
 
 void OutputFile::Reserve(std::uint64_t size) {
@@ -120,6 +118,7 @@ void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
 }
 
 void OutputFile::Commit() {
+  RemoveWhenClosed(file_, false);
   if (!file_.Close() || !::MoveFileExA(part_.path.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING))
     Fail(path_);
   part_.path.clear();

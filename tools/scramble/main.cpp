@@ -66,9 +66,10 @@ void ConvertFile(const std::string& inPath, const std::string& outPath, bool inv
 
 }  // namespace
 
+const tools::Program tools::Self{.name = "scramble", .failureStatus = 1};
+
 int main(int argc, char** argv) {
-  CLI::App app("Brings a Dreamcast boot file into scrambled form, as the console reads it from a CD.",
-               "scramble");
+  CLI::App app("Brings a Dreamcast boot file into scrambled form, as the console reads it from a CD.");
   std::string in;
   std::string out;
   bool inverse = false;

@@ -96,12 +96,18 @@ void ShowMessage(const Text& text, int style) {
   std::erase(message, '\r');
 
   if (!HasTerminal() && HasDisplay()) {
-    const std::string kind = style == StopMessage ? "--error" : "--info";
-    if (Zenity({kind, "--no-markup", "--title=", "--text=" + message})) return;
+    std::vector<std::string> options{"--error", "--no-markup", "--title=", "--text=" + message};
+    if (style != StopMessage) {
+      options.front() = "--info";
+      options.emplace_back("--icon-name=");  // or it would show one
+    }
+    if (Zenity(options)) return;
     // Without zenity, or if it could not show the box, the message still has to be told.
   }
   Print(message.ends_with('\n') ? message : message + "\n");
-  if (HasTerminal()) ReadLine();
+  if (!HasTerminal()) return;
+  Print("[Enter]");
+  ReadLine();
 }
 
 std::optional<Text> AskForFolder(const Text& title) {

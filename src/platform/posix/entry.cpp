@@ -3,6 +3,7 @@
 
 #include <csignal>
 
+#include "platform/posix/process.h"
 #include "run/main.h"
 
 namespace {
@@ -14,13 +15,14 @@ void SettleTheProcess() {
     if (::fcntl(file, F_GETFD) < 0) ::open("/dev/null", O_RDWR | O_CLOEXEC);
   }
 
-  std::signal(SIGPIPE, SIG_IGN);  // nobody reading the messages is no reason to end differently
+  std::signal(SIGPIPE, SIG_IGN);  // nobody listening is no reason to end differently, for the tools too
   std::signal(SIGCHLD, SIG_DFL);  // an ignored one would hide how zenity ended
 }
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   SettleTheProcess();
+  platform::posix::KeepCommandLine(argc, argv);
   return mMain::Main();
 }

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "platform/platform.h"
+#include "platform/posix/cut_off.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/encoding.h"
 #include "platform/posix/host_error.h"
-#include "platform/posix/interrupt.h"
 
 namespace platform {
 namespace {
@@ -94,7 +94,7 @@ bool IsVisibleFile(DIR* folder, const char* name) {
 
 bool PathExists(const Text& path) {
   struct stat status {};
-  return !posix::WasInterrupted() && ::stat(HostPath(path).c_str(), &status) == 0;
+  return !posix::IsCutOff() && ::stat(HostPath(path).c_str(), &status) == 0;
 }
 
 void ResetAttributes(const Text& path) {
@@ -113,14 +113,15 @@ void Move(const Text& from, const Text& to) {
   const std::string source = HostPath(from);
   const std::string target = HostPath(to);
   struct stat status {};
-  const bool isLink = ::lstat(source.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+  const bool sourceExists = ::lstat(source.c_str(), &status) == 0;
+  const bool isLink = sourceExists && S_ISLNK(status.st_mode);
   if (isLink) return MoveByCopy(source, target);  // a relative one would lead nowhere from its new place
 
   if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return;
   const int error = errno;
   // A rename cannot cross volumes, and not every file system knows one without replacing (EINVAL).
   if (error == EXDEV || error == EINVAL) return MoveByCopy(source, target);
-  if (error == ENOENT && PathExists(from)) RaiseHostErrorOnCreate(error);
+  if (sourceExists) RaiseHostErrorOnCreate(error);
   RaiseHostError(error);
 }
 

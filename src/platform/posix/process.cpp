@@ -6,25 +6,27 @@
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "platform/file_errors.h"
 #include "platform/platform.h"
+#include "platform/posix/cut_off.h"
 #include "platform/posix/descriptor.h"
 #include "platform/posix/encoding.h"
 #include "platform/posix/host_error.h"
-#include "platform/posix/interrupt.h"
+#include "platform/posix/process.h"
 #include "platform/posix/spawn.h"
 
 namespace platform {
 namespace {
 
+std::string commandLine;
+
 std::string ExecutablePath() {
   std::array<char, 4096> path{};
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-  if (length < 0) posix::RaiseHostError(errno);
+  if (length < 0) throw DeviceError;  // without /proc
   if (static_cast<std::size_t>(length) == path.size()) posix::RaiseHostError(ENAMETOOLONG);
   return {path.data(), static_cast<std::size_t>(length)};
 }
@@ -34,23 +36,36 @@ bool IsFile(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// The tool as this host has it: without ".exe", in the folder that the line names or else on PATH.
-std::string FindTool(const std::string& named) {
+/// What the tool may be called on this host: without ".exe", in the folder that the line names, or else on
+/// PATH, where the programs that take the options of mkisofs have several names.
+std::vector<std::string> FindTool(const std::string& named) {
   const std::string tool = named.ends_with(".exe") ? named.substr(0, named.size() - 4) : named;
-  return IsFile(tool) ? tool : tool.substr(tool.rfind('/') + 1);
+  if (IsFile(tool)) return {tool};
+  const std::string name = tool.substr(tool.rfind('/') + 1);
+  if (name == "mkisofs") return {name, "xorrisofs", "genisoimage"};
+  return {name};
+}
+
+/// True if a folder of the user's own, closed to all others, stands at `path`; it is made if nothing does.
+bool HavePrivateFolder(const std::string& path) {
+  ::mkdir(path.c_str(), 0700);
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
+         (status.st_mode & 0777) == 0700;
 }
 
 }  // namespace
 
-Text RawCommandLine() {
-  std::ifstream file("/proc/self/cmdline", std::ios::binary);
-  std::string line(std::istreambuf_iterator<char>(file), {});
-  line.erase(0, line.find('\0') + 1);  // the program's own name
-  if (line.ends_with('\0')) line.pop_back();
-  for (char& c : line) {
-    if (c == '\0') c = ' ';
+void posix::KeepCommandLine(int count, const char* const* arguments) {
+  commandLine.clear();
+  for (int i = 1; i < count; ++i) {
+    if (i > 1) commandLine += ' ';
+    commandLine += arguments[i];
   }
-  return posix::Widen(line);
+}
+
+Text RawCommandLine() {
+  return posix::Widen(commandLine);
 }
 
 Text AppDir() {
@@ -63,17 +78,16 @@ Text ExecutableName() {
   return posix::Widen(path.substr(path.rfind('/') + 1));
 }
 
-/// A folder of the user's own: in a shared one, anybody could put a link where a fixed name is written.
+/// In a shared folder, anybody could put a link where a fixed name is written; in one for all copies of the
+/// program, two runs would pack each other's files.
 Text TempFolder() {
   const char* configured = std::getenv("TMPDIR");
   const std::string parent = configured != nullptr && *configured != '\0' ? configured : "/tmp";
-  const std::string folder = parent + "/marrowvan-" + std::to_string(::geteuid());
-  ::mkdir(folder.c_str(), 0700);
-
-  struct stat status {};
-  const bool isOurs = ::lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
-                      status.st_uid == ::geteuid() && (status.st_mode & 0777) == 0700;
-  return isOurs ? posix::Widen(folder + "/") : Text();
+  const std::string users = parent + "/marrowvan-" + std::to_string(::geteuid());
+  struct stat app {};
+  if (::stat(posix::HostPath(AppDir()).c_str(), &app) != 0 || !HavePrivateFolder(users)) return {};
+  const std::string ours = users + "/" + std::to_string(app.st_dev) + "-" + std::to_string(app.st_ino);
+  return HavePrivateFolder(ours) ? posix::Widen(ours + "/") : Text();
 }
 
 void EndProcess(int status) {
@@ -82,11 +96,15 @@ void EndProcess(int status) {
 
 void StartAndWait(const Text& commandLine, int showStyle) {
   std::vector<std::string> arguments = posix::SplitCommandLine(posix::Narrow(commandLine));
-  arguments.front() = FindTool(arguments.front());
   const posix::Descriptor nowhere(showStyle == 0 ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : -1);
-  const posix::InterruptsNoted whileTheToolRuns;
-  const auto tool = posix::Spawn(arguments.front(), arguments, nowhere.Number(), nowhere.Number());
-  if (tool) posix::WaitForSuccess(*tool);
+  const posix::SignalsNoted whileTheToolRuns;
+  for (const std::string& name : FindTool(arguments.front())) {
+    arguments.front() = name;
+    const auto tool = posix::Spawn(name, arguments, nowhere.Number(), nowhere.Number());
+    if (!tool) continue;
+    posix::WaitForTool(*tool);
+    return;
+  }
 }
 
 std::int32_t TickCount() {

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstddef>
 
 namespace platform::posix {
@@ -68,17 +67,8 @@ std::optional<pid_t> Spawn(const std::string& program, const std::vector<std::st
   if (output >= 0) posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
   if (error >= 0) posix_spawn_file_actions_adddup2(&actions, error, STDERR_FILENO);
 
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  sigset_t ignoredHere;
-  sigemptyset(&ignoredHere);
-  sigaddset(&ignoredHere, SIGPIPE);
-  posix_spawnattr_setsigdefault(&attributes, &ignoredHere);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-
   pid_t process = 0;
-  const int failure = posix_spawnp(&process, program.c_str(), &actions, &attributes, argv.data(), environ);
-  posix_spawnattr_destroy(&attributes);
+  const int failure = posix_spawnp(&process, program.c_str(), &actions, nullptr, argv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (failure != 0) return std::nullopt;
   return process;

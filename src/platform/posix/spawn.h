@@ -14,8 +14,9 @@ namespace platform::posix {
 std::vector<std::string> SplitCommandLine(const std::string& line);
 
 /// Starts `program` (looked up on PATH if it holds no slash) with `arguments`, the first of them its own
-/// name. Standard output goes to `output` and standard error to `error`, each left as it is if it is -1.
-/// Gives the process, or nothing if it could not be started.
+/// name. Standard output goes to `output` and standard error to `error`, each left as it is if it is -1. What
+/// is ignored here, such as SIGPIPE, is ignored there: a reader that stops listening ends nothing. Gives the
+/// process, or nothing if it could not be started.
 std::optional<pid_t> Spawn(const std::string& program, const std::vector<std::string>& arguments, int output,
                            int error);
 

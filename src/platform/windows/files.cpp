@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "platform/file_errors.h"
 #include "platform/platform.h"
 #include "platform/windows/encoding.h"
 #include "platform/windows/host_error.h"
@@ -43,6 +44,8 @@ void Remove(const Text& path) {
 }
 
 void Move(const Text& from, const Text& to) {
+  // The call itself allows a move onto the same file, whatever the spelling of its name.
+  if (PathExists(from) && PathExists(to)) throw FileAlreadyExists;
   if (!::MoveFileExA(ToAnsi(from).c_str(), ToAnsi(to).c_str(),
                      MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH)) {
     RaiseLastError();

@@ -1,0 +1,57 @@
+#include "platform/posix/cut_off.h"
+
+#include <sys/wait.h>
+
+#include <cerrno>
+
+namespace platform::posix {
+namespace {
+
+constexpr std::array<int, 4> Signals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+
+volatile std::sig_atomic_t cutOff = 0;
+volatile std::sig_atomic_t runningTool = 0;  // 0: none
+volatile std::sig_atomic_t passedOn = 0;     // the last signal that is for the tool as well; 0: none
+
+/// What the keyboard sends reaches the tool by itself.
+void Note(int signal) {
+  cutOff = 1;
+  if (signal != SIGTERM && signal != SIGHUP) return;
+  passedOn = signal;
+  const int error = errno;
+  if (runningTool != 0) ::kill(runningTool, signal);
+  errno = error;
+}
+
+}  // namespace
+
+SignalsNoted::SignalsNoted() {
+  struct sigaction note {};
+  note.sa_handler = Note;
+  for (std::size_t i = 0; i < Signals.size(); ++i) {
+    // Whoever started the run with the signal ignored wants neither the run nor the tool to notice it.
+    ::sigaction(Signals[i], nullptr, &old_[i]);
+    if (old_[i].sa_handler != SIG_IGN) ::sigaction(Signals[i], &note, nullptr);
+  }
+}
+
+SignalsNoted::~SignalsNoted() {
+  for (std::size_t i = 0; i < Signals.size(); ++i) ::sigaction(Signals[i], &old_[i], nullptr);
+}
+
+void WaitForTool(pid_t tool) {
+  runningTool = tool;
+  if (passedOn != 0) ::kill(tool, passedOn);  // it came before the tool's number was known
+  siginfo_t end{};
+  while (::waitid(P_PID, static_cast<id_t>(tool), &end, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+  }
+  runningTool = 0;  // once it is reaped, its number may be another's
+  ::waitpid(tool, nullptr, 0);
+  if (end.si_code != CLD_EXITED) cutOff = 1;
+}
+
+bool IsCutOff() {
+  return cutOff != 0;
+}
+
+}  // namespace platform::posix
