@@ -22,8 +22,8 @@ static const std::vector<std::string> Signatures = {
     "PORTDEV INFOENBLSTATRADRTOUTDRQCFUNCEND",
     "0123456789abcdef....(null)..0123456789ABCDEF",
     "0123456789ABCDEF....Inf.NaN.0123456789abcdef....(null)...",
-    "#...'...*...-.../...2...4...7...9...;...=...?...A...C...E...G...I...J...L...N...O...Q...R...T...U..."
-    "W...X...Z...",
+    "#...'...*...-.../...2...4...7...9...;...=...?...A...C...E...G...I...J...L...N..."s +
+        "O...Q...R...T...U...W...X...Z...",
 };
 
 static BootFileKind KindOf(const std::string& file) {
