@@ -6,7 +6,6 @@ import pty
 import re
 import signal
 import subprocess
-from pathlib import Path
 
 import pytest
 
@@ -197,13 +196,6 @@ def test_nobody_reads_what_the_tools_and_the_run_say(desk):
     nobody = {"stdin": subprocess.DEVNULL, "stdout": writer, "stderr": writer}
     assert desk.start("--dir", "none", "--cdi", "x", **nobody).wait() == 1
     assert desk.start("--dir", desk.game, "--cdi", desk.cdi, **nobody).wait() == 0
-
-
-@posix_only
-def test_a_host_without_proc_is_told_of(desk):
-    without_proc = ["--dev-bind", "/", "/", "--tmpfs", "/proc", desk.program, "--dir", "x"]
-    ended = desk.build.run(Path("/usr/bin/bwrap"), *without_proc)
-    assert ended == (1, "Run-time error: '57'\n\nDevice I/O error\n")
 
 
 @posix_only

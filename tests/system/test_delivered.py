@@ -1,0 +1,25 @@
+"""The programs as they are delivered: hardened, stripped, and of use on a host that lacks what sanitizers need."""
+
+import os
+import re
+import subprocess
+from pathlib import Path
+
+import pytest
+
+
+@pytest.mark.parametrize("program", ["marrowvan", "scramble", "cdi4dc", "cdicheck"])
+def test_what_is_delivered_is_hardened_and_stripped(build, program):
+    found = subprocess.check_output(["readelf", "-SWld", "--dyn-syms", build.program(program)], text=True)
+    for wanted in ("Flags: NOW PIE", "GNU_RELRO", "GNU_STACK .* RW ", "__stack_chk_fail@", r"[fh]_chk@"):
+        assert re.search(wanted, found)
+    assert not re.search(r"\.symtab|\.debug_", found)
+    symbols = (build.folder / f"symbols/{program}.debug").read_bytes()
+    assert b"-fstack-clash-protection" in symbols  # they tell the flags of the compiler
+    assert b"-fcf-protection" in symbols or os.uname().machine != "x86_64"
+
+
+def test_a_host_without_proc_is_told_of(desk):
+    without_proc = ["--dev-bind", "/", "/", "--tmpfs", "/proc", desk.program, "--dir", "x"]
+    ended = desk.build.run(Path("/usr/bin/bwrap"), *without_proc)
+    assert ended == (1, "Run-time error: '57'\n\nDevice I/O error\n")
