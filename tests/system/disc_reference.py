@@ -83,13 +83,13 @@ Track = namedtuple("Track", Fields, defaults=(2, 2336, DataStart, 150, 2, 0))
 Silence = Track({"silence": bytes(302 * 2352)}, mode=0, sector_size=2352, start=0)
 
 
-def make_track(iso, sector_size=2336, mode=2, start=DataStart, subheaders=None, **fields):
+def make_track(iso, sector_size=2336, mode=2, start=DataStart, subheaders=(), **fields):
     """A data track; `subheaders`: those that are not the usual one, by the number of the sector."""
     parts, usual = {}, b"\0\0\x08\0" if mode == 2 else b""
     for number, at in enumerate(range(0, len(iso), 2048)):
         seconds, frame = divmod(start + 150 + number, 75)
         header = bytes.fromhex(f"{seconds // 60:02}{seconds % 60:02}{frame:02}{mode:02}")
-        sector = make_sector(iso[at : at + 2048], (subheaders or {}).get(number, usual), header)
+        sector = make_sector(iso[at : at + 2048], dict(subheaders).get(number, usual), header)
         raw = {"sync": _Sync, "header": header} | sector | {"subchannel": b"\x55" * (sector_size - 2352)}
         stored = {2048: ["user data"], 2336: sector}.get(sector_size, raw)
         parts |= {f"sector {number}: {what}": raw[what] for what in stored}
