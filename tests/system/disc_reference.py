@@ -8,7 +8,8 @@ from struct import pack
 
 DataStart = 11702  # the data track's address on the disc
 DataOffset = 1413504  # and its first byte in the file
-SizeCodes, Versions = {2048: 0, 2336: 1, 2352: 2}, {"2": 0x80000004, "3": 0x80000005, "3.5": 0x80000006}
+SizeCodes = {2048: 0, 2336: 1, 2352: 2, 2368: 3, 2448: 4}
+Versions = {"2": 0x80000004, "old-3": 0x80000005, "3": 0x80000005, "3.5": 0x80000006}
 
 
 def _slices(length):
@@ -35,6 +36,7 @@ def _edc_step(edc, _):
 
 
 _EdcTable = [reduce(_edc_step, range(8), byte) for byte in range(256)]
+_Sync = b"\0" + b"\xff" * 10 + b"\0"
 _TimesX = bytes((byte << 1 ^ (0x11D if byte > 127 else 0)) for byte in range(256))
 _OverXPlus1 = bytes(sorted(range(256), key=lambda byte: byte ^ _TimesX[byte]))
 _QOrder = [2 * ((44 * m + 43 * n) % 1118) + byte for m in range(43) for n in range(26) for byte in (0, 1)]
@@ -60,34 +62,42 @@ def _parity(data, words):
 
 
 @cache
-def make_sector(user_data, subheader=b"\0\0\x08\0"):
-    """The 2336 bytes of a Mode 2 Form 1 sector, in its parts."""
-    parts = {"subheader": 2 * subheader, "user data": user_data}
-    parts["EDC"] = _edc(b"".join(parts.values()))
-    parts["P parity"] = _parity(bytes(4) + b"".join(parts.values()), 86)
-    parts["Q parity"] = _parity(bytes(itemgetter(*_QOrder)(bytes(4) + b"".join(parts.values()))), 52)
+def make_sector(user_data, subheader=b"\0\0\x08\0", header=bytes(4)):
+    """The parts of a sector behind its header: of either form of Mode 2, or of Mode 1 without a subheader."""
+    if subheader:
+        form2, header = subheader[2] & 0x20, bytes(4)
+        parts = {"subheader": 2 * subheader, "user data": user_data.ljust(2324 if form2 else 2048, b"\5")}
+        parts["EDC"] = _edc(b"".join(parts.values()))
+        if form2:
+            return parts
+    else:
+        parts = {"user data": user_data, "EDC": _edc(_Sync + header + user_data), "zero": bytes(8)}
+    parts["P parity"] = _parity(header + b"".join(parts.values()), 86)
+    parts["Q parity"] = _parity(bytes(itemgetter(*_QOrder)(header + b"".join(parts.values()))), 52)
     return parts
 
 
-# `parts`: what is stored behind the pregap, by its name.
-Track = namedtuple("Track", "parts mode sector_size start pregap", defaults=(2, 2336, DataStart, 150))
+# `parts`: what is stored behind the pregap, by its name. `start`: the LBA of their first sector.
+Fields = "parts mode sector_size start pregap index_lengths texts"
+Track = namedtuple("Track", Fields, defaults=(2, 2336, DataStart, 150, 2, 0))
 Silence = Track({"silence": bytes(302 * 2352)}, mode=0, sector_size=2352, start=0)
 
 
-def make_track(iso, sector_size=2336, **fields):
-    """A data track of sectors of 2048, 2336 or 2352 bytes."""
-    parts = {}
+def make_track(iso, sector_size=2336, mode=2, start=DataStart, subheaders=(), **fields):
+    """A data track; `subheaders`: those that are not the usual one, by the number of the sector."""
+    parts, usual = {}, b"\0\0\x08\0" if mode == 2 else b""
     for number, at in enumerate(range(0, len(iso), 2048)):
-        seconds, frame = divmod(DataStart + 150 + number, 75)
-        header = bytes.fromhex(f"{seconds // 60:02}{seconds % 60:02}{frame:02}02")
-        raw = {"sync": b"\0" + b"\xff" * 10 + b"\0", "header": header} | make_sector(iso[at : at + 2048])
-        stored = {2048: ["user data"], 2336: list(raw)[2:], 2352: raw}[sector_size]
+        seconds, frame = divmod(start + 150 + number, 75)
+        header = bytes.fromhex(f"{seconds // 60:02}{seconds % 60:02}{frame:02}{mode:02}")
+        sector = make_sector(iso[at : at + 2048], dict(subheaders).get(number, usual), header)
+        raw = {"sync": _Sync, "header": header} | sector | {"subchannel": b"\x55" * (sector_size - 2352)}
+        stored = {2048: ["user data"], 2336: sector}.get(sector_size, raw)
         parts |= {f"sector {number}: {what}": raw[what] for what in stored}
-    return Track(parts, sector_size=sector_size, **fields)
+    return Track(parts, mode, sector_size, start, **fields)
 
 
-def lay_out(sessions, name, volume, version="3.5", short_headers=False):
-    """All parts of an image by their names, for the versions 2, 3 and 3.5."""
+def lay_out(sessions, name, volume, version="3.5", short_headers=False, cd_text=b""):
+    """All parts of an image by their names."""
     parts, descriptor = {}, {"number of sessions": pack("<B", len(sessions))}
     header = bytes.fromhex("FFFF 0000 0100 0000 FFFF FFFF 000000") + pack("<B", sum(map(len, sessions)))
     header += pack("<B", len(name)) + name + pack("<11xB10x", 2)
@@ -100,15 +110,20 @@ def lay_out(sessions, name, volume, version="3.5", short_headers=False):
             parts[where + "pregap"] = bytes(track.pregap * track.sector_size)
             parts |= {where + what: part for what, part in track.parts.items()}
             length = sum(map(len, track.parts.values())) // track.sector_size
-            total, end = track.pregap + length, track.start + length
-            fields = pack("<HIII2xI4x", 2, track.pregap, length, 0, track.mode)
-            fields += pack("<IIII16xI", session, number, track.start, total, SizeCodes[track.sector_size])
+            total, end, more = track.pregap + length, track.start + length, track.index_lengths - 2
+            fields = pack(f"<HII{more}I", 2 + more, track.pregap, length - more, *[1] * more)
+            fields += pack("<I", track.texts) + (b"\5Title" + b"\0" * 16 + b"\x80" + b"T" * 128) * track.texts
+            fields += pack("<2xI4xII", track.mode, session, number)
+            fields += pack("<iI16xI", track.start + 150 - track.pregap, total, SizeCodes[track.sector_size])
             fields += pack("<IxI4x12xI", 4 if track.mode else 0, total, 0)
             if version != "2":
-                fields += b"\0" + b"\xff" * 8 + pack("<IIIII42xI12x", 1, 0x80, 2, 0x10, 44100, 0xFFFFFFFF)
+                fields += b"\0" + b"\xff" * 4 + (bytes(4) if version == "old-3" else b"\xff" * 4)
+            if version in ("3", "3.5"):
+                fields += pack("<IIIII42xI12x", 1, 0x80, 2, 0x10, 44100, 0xFFFFFFFF)
             fields += pack("<B5xBxI", track.mode, number + 1 < len(tracks), end)
             descriptor |= {where + "header": header, where + "fields": fields}
-    fields = pack("<IB", end, len(volume)) + volume + pack("<xII13xII8xI", 1, 1, 0, 0, Versions[version])
+    fields = pack("<IB", end, len(volume)) + volume + pack("<xII13xII", 1, 1, 0, len(cd_text))
+    fields += cd_text + pack("<8xI", Versions[version])
     descriptor |= {"disc block: header": header, "disc block: fields": fields}
     place = sum(map(len, descriptor.values())) + 4 if version == "3.5" else sum(map(len, parts.values()))
     return parts | descriptor | {"place of the descriptor": pack("<I", place)}
@@ -153,15 +168,55 @@ def make_record(name, address, file_size=None):
     return bytes([(len(record) + 2) & ~1]) + record + bytes((len(record) + 1) % 2)
 
 
-def make_iso(files, start=DataStart):
-    """A volume of these files, by their names, and of a folder SUB with DATA.TXT of one byte."""
-    root, sub, data = start + 18, start + 19, b""
+def make_iso(files, start=DataStart, files_at=None):
+    """A volume of these files, by their names, and of a folder SUB with DATA.TXT of one byte.
+
+    `files_at`: where such files lie already, and SUB before them: the volume refers to these.
+    """
+    first = files_at or start + 20
+    root, sub, data = start + 18, first - 1, b""
     records = make_record(b"\0", root) + make_record(b"\1", root) + make_record(b"SUB", sub)
     for name, content in files.items():
-        records += make_record(name, start + 20 + len(data) // 2048, len(content))
+        records += make_record(name, first + len(data) // 2048, len(content))
         data += content + bytes(-len(content) % 2048)
     descriptor = b"\1CD001\1".ljust(40, b"\0") + b"TEST".ljust(40) + _both(20 + len(data) // 2048)
     descriptor = descriptor.ljust(156, b"\0") + make_record(b"\0", root)
     parts = descriptor, b"\xffCD001\1", records, make_record(b"DATA.TXT;1", root, 1)
     sectors = b"".join(part.ljust(2048, b"\0") for part in parts)
-    return BootHeader.encode().ljust(32768, b"\x09") + sectors + data
+    return BootHeader.encode().ljust(32768, b"\x09") + sectors + (b"" if files_at else data)
+
+
+def _audio(start):
+    return Track({"silence": bytes(2352)}, mode=0, sector_size=2352, start=start, pregap=0)
+
+
+def small_images():
+    """One image that can be read of each layout, by the layout's name."""
+    files = {b"1ST_READ.BIN;1": scramble(make_program())}
+
+    def data(sector_size=2048, start=DataStart, **how):
+        return make_track(make_iso(files, start), sector_size, start=start, pregap=0, **how)
+
+    def image(*last, first=(_audio(0),), behind=(), **how):
+        return b"".join(lay_out([first, last, *behind], b"small.cdi", b"TEST", **how).values())
+
+    found = {}
+    for version in Versions:
+        several = [_audio(0), _audio(1)]
+        found[f"version-{version}"] = image(data(), _audio(DataStart + 21), first=several, version=version)
+    for version in ("2", "3.5"):
+        found[f"version-{version}-short-headers"] = image(data(), version=version, short_headers=True)
+    for size in (2336, 2352, 2368, 2448):
+        found[f"sectors-of-{size}"] = image(data(size))
+    for size in (2048, 2352):
+        found[f"mode-1-of-{size}"] = image(data(size, mode=1))
+    forms = {20: b"\1\0\x09\0", 21: b"\0\0\x20\0", 22: b"\0\0\x28\0"}
+    of_forms = make_track(make_iso(files | {b"LAST.BIN;1": b"\7" * 4096}), subheaders=forms, pregap=0)
+    found["both-forms"] = image(of_forms._replace(parts=of_forms.parts | {"sector 22: EDC": bytes(4)}))
+    found["pregap-of-3"] = image(data()._replace(pregap=3))
+    found["cd-text"] = image(data()._replace(index_lengths=4, texts=2), cd_text=b"Text" * 9)
+    found["open-disc"] = image(data(), behind=[[]])
+    boot_session = make_track(make_iso(files, files_at=20), 2048, pregap=0)
+    found["data-on-both-sessions"] = image(boot_session, first=[data(2336, start=0)])
+    found["audio-track-first"] = image(_audio(DataStart), data(start=DataStart + 1))
+    return found
