@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <ranges>
 #include <span>
 #include <string>
 #include <utility>
@@ -115,7 +114,7 @@ std::uint64_t UserDataOffset(const Track& track) {
 
 /// The sector's track, of several that tell of it the last one.
 const Track& TrackOf(const Image& image, std::int64_t lba) {
-  const auto found = std::ranges::find_if(image.tracks | std::views::reverse, [&](const Track& track) {
+  const auto found = std::find_if(image.tracks.rbegin(), image.tracks.rend(), [&](const Track& track) {
     return track.IsData() && lba >= track.lba && static_cast<std::uint64_t>(lba - track.lba) < track.stored;
   });
   if (found == image.tracks.rend()) {

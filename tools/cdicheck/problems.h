@@ -57,8 +57,8 @@ inline constexpr Sentence DamagedSectors = Error(
 inline constexpr Sentence NoBootSector =
     Error("The data track is shorter than the boot sector. Make the image again.");
 inline constexpr Sentence NoBootHeader = Error(
-    "The disc has no boot header. Remove IP.BIN from the folder and make the image again; "
-    "an ISO image that is made by hand needs a good one (mkisofs -G).");
+    "The disc has no boot header: remove IP.BIN from the folder and make the image again. "
+    "An ISO image that is made by hand needs a good one (mkisofs -G).");
 inline constexpr Sentence WrongCheckValue = Warning(
     "The check value in the boot header is {}, but product number and version make it {}: "
     "some start-up code refuses that. Remove IP.BIN from the folder and make the image again, or correct it.");
@@ -91,8 +91,9 @@ inline constexpr Sentence BootFileEmpty =
     Error("The boot file is empty. Was it a link in the folder? Put the file itself there.");
 inline constexpr Sentence BootFileOutside =
     Error("The boot file lies outside the data track in part. Make the image again.");
-inline constexpr Sentence ElfFile =
-    Error("The boot file is an ELF file. The console needs its raw binary, scrambled.");
+inline constexpr Sentence ElfFile = Error(
+    "The boot file is an ELF file, but the console needs its raw binary, scrambled. "
+    "Give it a name that ends in .elf and have the image made again.");
 inline constexpr Sentence NoProgram = Warning(
     "The boot file does not look like a program for the console. "
     "Is it the right file, and scrambled just once?");
