@@ -155,11 +155,9 @@ bool HasEdc(Bytes bytes, std::size_t edcOffset) {
   return Fastest().edc(bytes.first(edcOffset)) == disc::ReadNumber(bytes, {edcOffset, 4});
 }
 
-/// `header` is empty where it counts as zero.
 bool HasParity(Bytes header, Bytes behind) {
   std::array<std::byte, PaddedAreaSize> area;
-  std::memset(area.data(), 0, HeaderSize);
-  std::memcpy(area.data(), header.data(), header.size());
+  std::memcpy(area.data(), header.data(), HeaderSize);
   std::memcpy(area.data() + HeaderSize, behind.data(), StoredSectorSize);
   return Fastest().hasParity(area.data());
 }
@@ -172,11 +170,12 @@ bool IsIntactMode1(Bytes raw) {
 }
 
 bool IsIntactMode2(Bytes stored) {
+  constexpr std::array<std::byte, HeaderSize> zero{};
   if (std::memcmp(stored.data(), stored.data() + SubheaderSize / 2, SubheaderSize / 2) != 0) return false;
   if ((disc::ReadNumber(stored, Submode) & Form2) != 0) {
     return disc::ReadNumber(stored, {Form2EdcOffset, 4}) == 0 || HasEdc(stored, Form2EdcOffset);
   }
-  return HasEdc(stored, EdcOffset) && HasParity({}, stored);
+  return HasEdc(stored, EdcOffset) && HasParity(zero, stored);
 }
 
 }  // namespace
