@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Whole programs beside cp, and the whole job beside its tools by hand: in turns, from a warm cache, medians.
+"""Whole programs beside cp and cat, and the whole job beside its tools by hand: in turns, from a warm cache, medians.
 
 Usage: ratios.py BIN_FOLDER [FOLDER]; FOLDER (default: a new one in /tmp) needs 4 GB of room."""
 
@@ -16,17 +16,20 @@ ROUNDS = 9
 MEBIBYTE = 1024 * 1024
 
 
+def run(command, stderr=subprocess.DEVNULL):
+    return subprocess.run(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=stderr, check=True)
+
+
 def measure_wall(*command):
     """Runs a command; gives its wall time in seconds."""
     start = time.perf_counter()
-    subprocess.run(command, stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
+    run(command)
     return time.perf_counter() - start
 
 
 def measure_peak(*command):
     """Runs a command; gives its peak memory in MiB. Started from here, it would have this program's for a floor."""
-    timed = ["time", "-f", "%M", *command]
-    told = subprocess.run(timed, stdin=subprocess.DEVNULL, stderr=subprocess.PIPE, check=True)
+    told = run(["time", "-f", "%M", *command], subprocess.PIPE)
     return int(told.stderr.split()[-1]) / 1024
 
 
@@ -64,7 +67,7 @@ def compare_scramble(scramble):
     compare("`scramble`, 16 MiB, beside `cp`", scramble_it, lambda: copy_by_hand("plain"))
 
 
-def compare_images(marrowvan, cdi4dc, room):
+def compare_images(marrowvan, cdi4dc, cdicheck, room):
     iso = f"{room}/data.iso"
     mkisofs = ["mkisofs", "-G", f"{room}/ip", "-C", "0,11702", "-J", "-l", "-r", "-V", "disc", "-o", iso]
     mkisofs.append(f"{room}/disc")
@@ -72,6 +75,9 @@ def compare_images(marrowvan, cdi4dc, room):
     def write_image(measure):
         remove("out.cdi")
         return measure(cdi4dc, iso, "out.cdi")
+
+    def check_image(measure):
+        return measure("sh", "-c", '"$0" out.cdi || [ $? = 1 ]', cdicheck)  # its boot file is no program
 
     def do_whole_job(measure):
         remove("out.cdi", iso)
@@ -96,6 +102,7 @@ def compare_images(marrowvan, cdi4dc, room):
     measure_wall(*mkisofs)
     compare("`cdi4dc`, 650 MiB, beside `cp` of the image", write_image, lambda: copy_by_hand("out.cdi"))
     remove("copy")
+    compare("`cdicheck`, 650 MiB, beside `cat` of the image", check_image, lambda: measure_wall("cat", "out.cdi"))
     os.rename("ip", "disc/IP.BIN")
     compare("`marrowvan`, 650 MiB, beside its tools by hand", do_whole_job, do_job_by_hand)
 
@@ -108,7 +115,7 @@ def main():
         shutil.copytree(programs, "app")
         print("| | ours | beside it | ratio | our peak memory |\n|---|---|---|---|---|", flush=True)
         compare_scramble(f"{room}/app/scramble")
-        compare_images(f"{room}/app/marrowvan", f"{room}/app/cdi4dc", room)
+        compare_images(f"{room}/app/marrowvan", f"{room}/app/cdi4dc", f"{room}/app/cdicheck", room)
         os.chdir("/")
 
 

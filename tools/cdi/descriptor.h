@@ -63,13 +63,17 @@ inline constexpr FieldValue ConstantsBehind[] = {
 };
 }  // namespace header
 
-/// Behind the header of a track block.
+/// Behind the header of a track block, as it is with two index lengths and without CD-Text. Other writers
+/// have other numbers of both, which move the fields behind them.
 namespace track_block {
 inline constexpr std::size_t Size = 188;
 inline constexpr Field IndexCount{0, 2};
-inline constexpr Field Pregap{2, 4};
-inline constexpr Field Length{6, 4};
+inline constexpr std::size_t IndexSize = 4;
+inline constexpr Field Pregap{2, IndexSize};
+inline constexpr Field Length{6, IndexSize};
 inline constexpr Field CdTextBlocks{10, 4};
+inline constexpr std::size_t CdTextEnd = CdTextBlocks.offset + CdTextBlocks.width;
+inline constexpr std::size_t TextsInCdTextBlock = 18;  // each a length of one byte and as many bytes
 inline constexpr Field Mode{16, 4};
 inline constexpr Field Session{24, 4};
 inline constexpr Field Start{32, 4};
@@ -78,9 +82,15 @@ inline constexpr Field SectorSize{56, 4};
 inline constexpr Field Control{60, 4};
 inline constexpr Field TotalLengthAgain{65, 4};
 inline constexpr Field IsrcValid{85, 4};
+inline constexpr Field LongMark{94, 4};
+inline constexpr std::uint32_t LongMarkValue = 0xFFFFFFFF;
 inline constexpr Field SampleRate{114, 4};
 inline constexpr Field SessionType{176, 1};
 inline constexpr Field End{184, 4};
+
+/// The last bytes, which every version has. In version 2 they follow `IsrcValid`, in an old version 3, where
+/// the mark has another value, the mark.
+inline constexpr std::size_t LastSize = 12;
 
 inline constexpr std::uint32_t Audio = 0;
 inline constexpr std::uint32_t Mode1 = 1;

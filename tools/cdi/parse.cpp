@@ -1,12 +1,15 @@
 #include "cdi/parse.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "cdi/descriptor.h"
+#include "cdi/sector.h"
 #include "disc/bytes.h"
 
 namespace cdi {
@@ -14,9 +17,6 @@ namespace {
 
 constexpr std::uint64_t LongestDescriptor = 1 << 20;
 constexpr std::size_t MostTracks = 99;  // on a disc
-
-/// In version 2 a track block ends 12 bytes behind this field, and a session block has no zero in front.
-constexpr std::size_t TrackSizeVersion2 = track_block::IsrcValid.offset + track_block::IsrcValid.width + 12;
 
 /// A block of the descriptor, one after the other.
 class Reader {
@@ -51,21 +51,76 @@ void SkipHeader(Reader& reader) {
   }
 }
 
+void SkipCdText(Reader& reader) {
+  reader.NextBlock(track_block::CdTextBlocks.width);
+  const std::uint32_t blocks = reader.Get({0, track_block::CdTextBlocks.width});
+  for (std::uint64_t text = 0; text < std::uint64_t{blocks} * track_block::TextsInCdTextBlock; ++text) {
+    reader.NextBlock(1);
+    reader.NextBlock(reader.Get({0, 1}));
+  }
+}
+
+/// A field of the track block, counted from the end of the CD-Text.
+constexpr Field BehindCdText(Field field) {
+  return {field.offset - track_block::CdTextEnd, field.width};
+}
+
+constexpr std::size_t EndBehindCdText(Field field) {
+  return BehindCdText(field).offset + field.width;
+}
+
 Track ReadTrack(Reader& reader, std::uint32_t session, std::uint32_t version) {
+  using namespace track_block;
+  Track track{};
+  track.session = session;
   SkipHeader(reader);
-  reader.NextBlock(version == Version2 ? TrackSizeVersion2 : track_block::Size);
-  if (reader.Get(track_block::IndexCount) != 2) throw FormatError("a track has other than two index lengths");
-  if (reader.Get(track_block::CdTextBlocks) != 0)
-    throw FormatError("a track has CD-Text, which is not read here");
-  const std::uint32_t size = reader.Get(track_block::SectorSize);
-  return {.session = session,
-          .mode = reader.Get(track_block::Mode),
-          .pregap = reader.Get(track_block::Pregap),
-          .length = reader.Get(track_block::Length),
-          .total = reader.Get(track_block::TotalLength),
-          .start = reader.Get(track_block::Start),
-          .sectorSize = size < track_block::SectorSizes.size() ? track_block::SectorSizes[size] : 0,
-          .offset = 0};
+  reader.NextBlock(IndexCount.width);
+  const std::uint32_t indexes = reader.Get(IndexCount);
+  reader.NextBlock(indexes * IndexSize);
+  for (std::uint32_t i = 0; i < indexes; ++i) {
+    (i == 0 ? track.pregap : track.length) += reader.Get({i * IndexSize, IndexSize});
+  }
+  SkipCdText(reader);
+
+  reader.NextBlock(EndBehindCdText(version == Version2 ? IsrcValid : LongMark));
+  const std::uint32_t size = reader.Get(BehindCdText(SectorSize));
+  track.mode = reader.Get(BehindCdText(Mode));
+  track.total = reader.Get(BehindCdText(TotalLength));
+  track.lba =
+      std::int64_t{reader.Get(BehindCdText(Start))} + static_cast<std::int64_t>(track.pregap) - FirstFrame;
+  track.sectorSize = size < SectorSizes.size() ? SectorSizes[size] : 0;
+  const bool isLong =
+      version == Version35 || (version == Version3 && reader.Get(BehindCdText(LongMark)) == LongMarkValue);
+  reader.NextBlock(isLong ? Size - LongMark.offset - LongMark.width : LastSize);
+  return track;
+}
+
+/// Gives each track its place in the file, one behind the other.
+void PlaceTracks(Image& image) {
+  for (Track& track : image.tracks) {
+    track.offset = image.tracksEnd + track.pregap * track.sectorSize;
+    image.tracksEnd += track.total * track.sectorSize;
+    const std::uint64_t end = std::min(image.tracksEnd, image.descriptorOffset);
+    if (track.offset < end) track.stored = std::min(track.length, (end - track.offset) / track.sectorSize);
+  }
+}
+
+/// Where the user data begins in a stored sector.
+std::uint64_t UserDataOffset(const Track& track) {
+  if (track.sectorSize == UserDataSize) return 0;
+  return (track.sectorSize >= RawSectorSize ? SyncAndHeaderSize : 0) +
+         (track.mode == track_block::Mode2 ? SubheaderSize : 0);
+}
+
+/// The sector's track, of several that tell of it the last one.
+const Track& TrackOf(const Image& image, std::int64_t lba) {
+  const auto found = std::find_if(image.tracks.rbegin(), image.tracks.rend(), [&](const Track& track) {
+    return track.IsData() && lba >= track.lba && static_cast<std::uint64_t>(lba - track.lba) < track.stored;
+  });
+  if (found == image.tracks.rend()) {
+    throw OutsideTracks("sector " + std::to_string(lba) + " lies in no data track");
+  }
+  return *found;
 }
 
 }  // namespace
@@ -77,13 +132,30 @@ std::vector<std::byte> Source::Bytes(std::uint64_t offset, std::size_t length) c
   return bytes;
 }
 
+std::span<const Track> Image::LastSession() const {
+  const auto first = std::ranges::find(tracks, sessions - 1, &Track::session);
+  return {first, tracks.end()};
+}
+
+std::vector<std::byte> Image::UserData(std::int64_t lba, std::size_t length) const {
+  std::vector<std::byte> data(length);
+  for (std::size_t done = 0; done < length; done += UserDataSize, ++lba) {
+    const Track& track = TrackOf(*this, lba);
+    const std::uint64_t sector =
+        track.offset + static_cast<std::uint64_t>(lba - track.lba) * track.sectorSize;
+    source.read(sector + UserDataOffset(track),
+                std::span(data).subspan(done, std::min(length - done, UserDataSize)));
+  }
+  return data;
+}
+
 Image ParseImage(const Source& source) {
   if (source.size < file_end::Size) throw FormatError("the file is too short");
   const Reader end(source.Bytes(source.size - file_end::Size, file_end::Size));
   const std::uint32_t version = end.Get(file_end::Version);
   const std::uint32_t place = end.Get(file_end::DescriptorPlace);
   if (version != Version2 && version != Version3 && version != Version35) {
-    throw NoDescriptor("no DiscJuggler image of version 2, 3 or 3.5 ends like this");
+    throw NoDescriptor("no version 2, 3 or 3.5 ends like this");
   }
 
   if (version == Version35 && place > source.size)
@@ -95,25 +167,24 @@ Image ParseImage(const Source& source) {
   Reader reader(source.Bytes(offset, static_cast<std::size_t>(source.size - offset)));
 
   reader.NextBlock(SessionCount.width);
-  Image image{.version = version,
-              .sessions = reader.Get(SessionCount),
+  const std::uint32_t sessions = reader.Get(SessionCount);
+  Image image{.source = source,
+              .version = version,
+              .sessions = 0,
               .descriptorOffset = offset,
               .tracksEnd = 0,
               .tracks = {}};
-  for (std::uint32_t session = 0; session < image.sessions; ++session) {
+  for (std::uint32_t session = 0; session < sessions; ++session) {
     const std::size_t missing = version == Version2 && session > 0 ? 1 : 0;
     reader.NextBlock(session_block::Size - missing);
     const std::uint32_t tracks = reader.Get({session_block::TrackCount.offset - missing, 1});
     if (image.tracks.size() + tracks > MostTracks) {
       throw FormatError("the descriptor tells of more tracks than a disc can have");
     }
-    for (std::uint32_t i = 0; i < tracks; ++i) {
-      Track track = ReadTrack(reader, session, version);
-      track.offset = image.tracksEnd + std::uint64_t{track.pregap} * track.sectorSize;
-      image.tracksEnd += std::uint64_t{track.total} * track.sectorSize;
-      image.tracks.push_back(track);
-    }
+    for (std::uint32_t i = 0; i < tracks; ++i) image.tracks.push_back(ReadTrack(reader, session, version));
+    if (tracks > 0) image.sessions = session + 1;
   }
+  PlaceTracks(image);
   return image;
 }
 

@@ -1,5 +1,6 @@
 #include "cdi/sector.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -48,6 +49,13 @@ class ParityLanes {
     }
   }
 
+  bool AreZero() const {
+    std::array<std::byte, Size> sums, weighted;
+    std::memcpy(sums.data(), sums_.data(), Size);
+    std::memcpy(weighted.data(), weighted_.data(), Size);
+    return sums == std::array<std::byte, Size>{} && weighted == sums;
+  }
+
   void Finish(std::byte* first, std::byte* second) {
     for (std::size_t i = 0; i < Words; ++i) {
       weighted_[i] = TimesX(weighted_[i]) ^ sums_[i];
@@ -69,14 +77,14 @@ class ParityLanes {
   std::array<std::uint64_t, Words> weighted_{};
 };
 
-void WritePParity(std::byte* area) {
+ParityLanes<RowSize> AddRows(const std::byte* area, std::size_t rows) {
   ParityLanes<RowSize> lanes;
-  for (std::size_t row = 0; row < DataRows; ++row) lanes.Add(area + row * RowSize);
-  lanes.Finish(area + DataRows * RowSize, area + (DataRows + 1) * RowSize);
+  for (std::size_t row = 0; row < rows; ++row) lanes.Add(area + row * RowSize);
+  return lanes;
 }
 
-/// The diagonals: the word i of diagonal n stands in column i, row (n + i) mod 26.
-void WriteQParity(std::byte* area) {
+/// The word i of diagonal n stands in column i, row (n + i) mod 26.
+ParityLanes<ColumnSize> AddDiagonals(const std::byte* area) {
   ParityLanes<ColumnSize> lanes;
   std::array<std::byte, 2 * ColumnSize + 8> column{};  // twice, so that every rotation of it is in one piece
   for (std::size_t i = 0; i < Columns; ++i) {
@@ -87,8 +95,7 @@ void WriteQParity(std::byte* area) {
     }
     lanes.Add(column.data() + 2 * (i % Rows));
   }
-  std::byte* parity = area + Rows * RowSize;
-  lanes.Finish(parity, parity + ColumnSize);
+  return lanes;
 }
 
 void EncodePortably(const std::byte* userData, std::byte* stored) {
@@ -97,9 +104,78 @@ void EncodePortably(const std::byte* userData, std::byte* stored) {
   std::byte* sector = area.data() + HeaderSize;
   const std::uint32_t edc = Edc({sector, EdcOffset});
   disc::WriteNumber({sector, StoredSectorSize}, {EdcOffset, 4}, edc);
-  WritePParity(area.data());
-  WriteQParity(area.data());
+  std::byte* p = area.data() + DataRows * RowSize;
+  AddRows(area.data(), DataRows).Finish(p, p + RowSize);
+  std::byte* q = area.data() + Rows * RowSize;
+  AddDiagonals(area.data()).Finish(q, q + ColumnSize);
   std::memcpy(stored, sector, StoredSectorSize);
+}
+
+bool HasParityPortably(const std::byte* area) {
+  if (!AddRows(area, Rows).AreZero()) return false;
+  ParityLanes<ColumnSize> diagonals = AddDiagonals(area);
+  const std::byte* q = area + Rows * RowSize;
+  diagonals.Add(q);
+  diagonals.Add(q + ColumnSize);
+  return diagonals.AreZero();
+}
+
+const SectorEncoder& Fastest() {
+  static const SectorEncoder fastest = SectorEncoders().back();
+  return fastest;
+}
+
+// What is verified, by its place in a raw sector and, of Mode 2, behind the header.
+
+using Bytes = std::span<const std::byte>;
+
+constexpr std::array<std::byte, 12> Sync = [] {
+  std::array<std::byte, 12> sync{};
+  std::fill(sync.begin() + 1, sync.end() - 1, std::byte{0xFF});
+  return sync;
+}();
+constexpr std::size_t Mode1EdcOffset = SyncAndHeaderSize + UserDataSize;
+constexpr disc::Field Mode1Zero{Mode1EdcOffset + 4, 8};
+constexpr disc::Field Submode{2, 1};
+constexpr std::uint32_t Form2 = 0x20;
+constexpr std::size_t Form2EdcOffset = StoredSectorSize - 4;
+
+constexpr std::byte Bcd(std::int64_t number) {
+  return static_cast<std::byte>(number / 10 * 16 + number % 10);
+}
+
+bool HasSyncAndHeader(Bytes sector, std::uint32_t mode, std::int64_t frame) {
+  const std::array header{Bcd(frame / 75 / 60), Bcd(frame / 75 % 60), Bcd(frame % 75),
+                          static_cast<std::byte>(mode)};
+  return std::memcmp(sector.data(), Sync.data(), Sync.size()) == 0 &&
+         std::memcmp(sector.data() + Sync.size(), header.data(), header.size()) == 0;
+}
+
+bool HasEdc(Bytes bytes, std::size_t edcOffset) {
+  return Fastest().edc(bytes.first(edcOffset)) == disc::ReadNumber(bytes, {edcOffset, 4});
+}
+
+bool HasParity(Bytes header, Bytes behind) {
+  std::array<std::byte, PaddedAreaSize> area;
+  std::memcpy(area.data(), header.data(), HeaderSize);
+  std::memcpy(area.data() + HeaderSize, behind.data(), StoredSectorSize);
+  return Fastest().hasParity(area.data());
+}
+
+bool IsIntactMode1(Bytes raw) {
+  constexpr std::array<std::byte, Mode1Zero.width> zero{};
+  return std::memcmp(raw.data() + Mode1Zero.offset, zero.data(), zero.size()) == 0 &&
+         HasEdc(raw, Mode1EdcOffset) &&
+         HasParity(raw.subspan(Sync.size(), HeaderSize), raw.subspan(SyncAndHeaderSize));
+}
+
+bool IsIntactMode2(Bytes stored) {
+  constexpr std::array<std::byte, HeaderSize> zero{};
+  if (std::memcmp(stored.data(), stored.data() + SubheaderSize / 2, SubheaderSize / 2) != 0) return false;
+  if ((disc::ReadNumber(stored, Submode) & Form2) != 0) {
+    return disc::ReadNumber(stored, {Form2EdcOffset, 4}) == 0 || HasEdc(stored, Form2EdcOffset);
+  }
+  return HasEdc(stored, EdcOffset) && HasParity(zero, stored);
 }
 
 }  // namespace
@@ -128,15 +204,23 @@ std::uint32_t Edc(std::span<const std::byte> bytes) {
 }
 
 std::vector<SectorEncoder> SectorEncoders() {
-  std::vector<SectorEncoder> encoders{{"portable", EncodePortably}};
+  std::vector<SectorEncoder> encoders{{"portable", EncodePortably, Edc, HasParityPortably}};
   if (const auto vector = VectorEncoder()) encoders.push_back(*vector);
   return encoders;
 }
 
 void EncodeSector(std::span<const std::byte, UserDataSize> userData,
                   std::span<std::byte, StoredSectorSize> stored) {
-  static const SectorEncoder fastest = SectorEncoders().back();
-  fastest.encode(userData.data(), stored.data());
+  Fastest().encode(userData.data(), stored.data());
+}
+
+bool IsIntact(std::span<const std::byte> sector, std::uint32_t mode, std::int64_t lba) {
+  if (mode != 1 && mode != 2) return true;
+  const bool isRaw = sector.size() >= RawSectorSize;
+  if (isRaw && !HasSyncAndHeader(sector, mode, lba + FirstFrame)) return false;
+  if (mode == 1) return !isRaw || IsIntactMode1(sector);
+  return sector.size() < StoredSectorSize ||
+         IsIntactMode2(sector.subspan(isRaw ? SyncAndHeaderSize : 0, StoredSectorSize));
 }
 
 }  // namespace cdi

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <span>
 
 #include "cdi/coded_area.h"
 #include "cdi/sector.h"
@@ -15,9 +16,6 @@
 
 namespace cdi {
 namespace {
-
-/// Room behind the coded area for reads of whole vectors and of rows 26 to 31, which do not count.
-constexpr std::size_t PaddedAreaSize = 32 * RowSize + 64;
 
 // The EDC (V. Gopal et al., "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ", Intel 2009): 16
 // bytes move over the next ones by multiplying each half with a power of x, and what is left at the end is
@@ -44,20 +42,23 @@ VECTOR __m128i FoldOnto(__m128i state, __m128i powers, __m128i next) {
   return _mm_xor_si128(_mm_xor_si128(low, high), next);
 }
 
-VECTOR std::uint32_t VectorEdc(const std::byte* bytes) {
-  static_assert(EdcOffset % 16 == 8 && (EdcOffset - 8) % 64 == 0);
+VECTOR std::uint32_t VectorEdc(std::span<const std::byte> bytes) {
+  if (bytes.size() < 64) return Edc(bytes);
   const __m128i over64 = _mm_set_epi64x(Fold(512 - 32), Fold(512 + 32));
   const __m128i over16 = _mm_set_epi64x(Fold(128 - 32), Fold(128 + 32));
-  __m128i state[4] = {Load(bytes), Load(bytes + 16), Load(bytes + 32), Load(bytes + 48)};
-  for (std::size_t at = 64; at + 64 <= EdcOffset; at += 64) {
-    for (std::size_t i = 0; i < 4; ++i) state[i] = FoldOnto(state[i], over64, Load(bytes + at + 16 * i));
+  const std::byte* at = bytes.data();
+  __m128i state[4] = {Load(at), Load(at + 16), Load(at + 32), Load(at + 48)};
+  std::size_t left = bytes.size() - 64;
+  for (at += 64; left >= 64; at += 64, left -= 64) {
+    for (std::size_t i = 0; i < 4; ++i) state[i] = FoldOnto(state[i], over64, Load(at + 16 * i));
   }
   for (std::size_t i = 1; i < 4; ++i) state[i] = FoldOnto(state[i - 1], over16, state[i]);
+  for (; left >= 16; at += 16, left -= 16) state[3] = FoldOnto(state[3], over16, Load(at));
 
-  std::array<std::byte, 24> rest{};
+  std::array<std::byte, 32> rest;
   _mm_storeu_si128(reinterpret_cast<__m128i*>(rest.data()), state[3]);
-  std::memcpy(rest.data() + 16, bytes + EdcOffset - 8, 8);
-  return Edc(rest);
+  std::memcpy(rest.data() + 16, at, left);
+  return Edc(std::span(rest).first(16 + left));
 }
 
 struct Lanes {
@@ -77,23 +78,47 @@ VECTOR __m256i LoadWide(const std::byte* bytes) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
 }
 
-/// Steps of code words side by side, `Vectors` times 32 of them; `data(i)` is where those of step i lie.
-template <std::size_t Vectors, typename Data>
-VECTOR void WriteParity(std::size_t steps, Data data, std::byte* first, std::byte* second, std::size_t size) {
+VECTOR void StoreWide(std::byte* bytes, __m256i vector) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(bytes), vector);
+}
+
+/// Code words side by side, `Vectors` times 32 of them.
+template <std::size_t Vectors>
+struct WideLanes {
+  using Bytes = std::array<std::byte, Vectors * 32>;
   Lanes lanes[Vectors] = {};
-  for (std::size_t i = 0; i < steps; ++i) {
-    const std::byte* bytes = data(i);
-    for (std::size_t v = 0; v < Vectors; ++v) Step(lanes[v], LoadWide(bytes + 32 * v));
+
+  VECTOR void Add(const std::byte* data) {
+    for (std::size_t v = 0; v < Vectors; ++v) Step(lanes[v], LoadWide(data + 32 * v));
   }
-  std::array<std::byte, Vectors * 32> results[2];
-  for (std::size_t v = 0; v < Vectors; ++v) {
-    Step(lanes[v], _mm256_setzero_si256());
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(results[0].data() + 32 * v), lanes[v].weighted);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(results[1].data() + 32 * v),
-                        _mm256_xor_si256(lanes[v].sum, lanes[v].weighted));
+
+  /// The parity of the first `size` code words.
+  VECTOR void Write(std::byte* first, std::byte* second, std::size_t size) {
+    Bytes results[2];
+    for (std::size_t v = 0; v < Vectors; ++v) {
+      Step(lanes[v], _mm256_setzero_si256());
+      StoreWide(results[0].data() + 32 * v, lanes[v].weighted);
+      StoreWide(results[1].data() + 32 * v, _mm256_xor_si256(lanes[v].sum, lanes[v].weighted));
+    }
+    std::memcpy(first, results[0].data(), size);
+    std::memcpy(second, results[1].data(), size);
   }
-  std::memcpy(first, results[0].data(), size);
-  std::memcpy(second, results[1].data(), size);
+
+  /// Whether the first `size` code words, added with their parity, are right.
+  VECTOR bool AreZero(std::size_t size) const {
+    constexpr Bytes zero{};
+    Bytes results;
+    for (std::size_t v = 0; v < Vectors; ++v) {
+      StoreWide(results.data() + 32 * v, _mm256_or_si256(lanes[v].sum, lanes[v].weighted));
+    }
+    return std::memcmp(results.data(), zero.data(), size) == 0;
+  }
+};
+
+VECTOR WideLanes<3> AddRows(const std::byte* area, std::size_t rows) {
+  WideLanes<3> lanes;
+  for (std::size_t row = 0; row < rows; ++row) lanes.Add(area + row * RowSize);
+  return lanes;
 }
 
 /// Transposes 8 by 8 words of 16 bits: row i of the result is column i.
@@ -138,32 +163,43 @@ VECTOR void CollectColumns(const std::byte* area, ColumnPieces& columns) {
   }
 }
 
+/// The word i of diagonal n stands in column i, row (n + i) mod 26: each step takes a column, rotated.
+VECTOR WideLanes<2> AddDiagonals(const std::byte* area) {
+  ColumnPieces columns;
+  CollectColumns(area, columns);
+  WideLanes<2> lanes;
+  for (std::size_t i = 0; i < Columns; ++i) lanes.Add(columns.data() + i * ColumnStride + 2 * (i % Rows));
+  return lanes;
+}
+
 VECTOR void EncodeWithVectors(const std::byte* userData, std::byte* stored) {
   std::array<std::byte, PaddedAreaSize> area;
-  ColumnPieces columns;
   PlaceUserData(userData, area.data());
   std::byte* sector = area.data() + HeaderSize;
-  const std::uint32_t edc = VectorEdc(sector);
+  const std::uint32_t edc = VectorEdc({sector, EdcOffset});
   std::memcpy(sector + EdcOffset, &edc, sizeof edc);
 
   std::byte* p = area.data() + DataRows * RowSize;
-  WriteParity<3>(
-      DataRows, [&](std::size_t row) { return area.data() + row * RowSize; }, p, p + RowSize, RowSize);
-
-  // The word i of diagonal n stands in column i, row (n + i) mod 26: each step takes a column, rotated.
-  CollectColumns(area.data(), columns);
+  AddRows(area.data(), DataRows).Write(p, p + RowSize, RowSize);
   std::byte* q = area.data() + Rows * RowSize;
-  WriteParity<2>(
-      Columns, [&](std::size_t i) { return columns.data() + i * ColumnStride + 2 * (i % Rows); }, q,
-      q + ColumnSize, ColumnSize);
+  AddDiagonals(area.data()).Write(q, q + ColumnSize, ColumnSize);
   std::memcpy(stored, sector, StoredSectorSize);
+}
+
+VECTOR bool HasParityWithVectors(const std::byte* area) {
+  if (!AddRows(area, Rows).AreZero(RowSize)) return false;
+  WideLanes<2> diagonals = AddDiagonals(area);
+  const std::byte* q = area + Rows * RowSize;
+  diagonals.Add(q);
+  diagonals.Add(q + ColumnSize);
+  return diagonals.AreZero(ColumnSize);
 }
 
 }  // namespace
 
 std::optional<SectorEncoder> VectorEncoder() {
   if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("pclmul")) return std::nullopt;
-  return SectorEncoder{"AVX2", EncodeWithVectors};
+  return SectorEncoder{"AVX2", EncodeWithVectors, VectorEdc, HasParityWithVectors};
 }
 
 }  // namespace cdi

@@ -1,6 +1,8 @@
 #include "cdicheck/check.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "cdi/descriptor.h"
@@ -25,20 +27,25 @@ bool StartsLikeAnImage(const cdi::Source& source) {
   }
 }
 
-const cdi::Track* FindBootTrack(const cdi::Image& image) {
-  const auto found = std::ranges::find_if(image.tracks, [&](const cdi::Track& track) {
-    return track.session + 1 == image.sessions && track.mode != cdi::track_block::Audio &&
-           track.sectorSize != 0;
-  });
-  return found == image.tracks.end() ? nullptr : &*found;
+/// The LBA of the boot sector: the disc starts from the first track of its last session. With audio in front,
+/// it may do so from the first data track.
+std::optional<std::int64_t> FindBootSector(Report& report) {
+  const auto session = report.image->LastSession();
+  const auto track = std::ranges::find_if(session, &cdi::Track::IsData);
+  if (track == session.end()) {
+    Add(report, problems::NoDataTrack);
+    return std::nullopt;
+  }
+  if (session.front().mode == cdi::track_block::Audio) Add(report, problems::AudioInFront);
+  if (track->mode != cdi::track_block::Mode2) Add(report, problems::OtherMode);
+  return track->lba;
 }
 
-void CheckVolume(const DataTrack& data, Report& report) {
+void CheckVolume(std::int64_t start, Report& report) {
   try {
-    report.volume = ReadVolume(data);
-  } catch (const OutsideTrack& error) {
-    const std::string start = std::to_string(data.Track().start);
-    Add(report, problems::VolumeElsewhere, {error.what(), start, start});
+    report.volume = ReadVolume(*report.image, start);
+  } catch (const cdi::OutsideTracks& error) {
+    Add(report, problems::VolumeElsewhere, {error.what(), std::to_string(start)});
   } catch (const cdi::FormatError& error) {
     Add(report, problems::VolumeUnreadable, {error.what()});
   }
@@ -56,16 +63,12 @@ Report Check(const cdi::Source& source) {
     return report;
   }
   CheckLayout(report);
-  const cdi::Track* track = FindBootTrack(*report.image);
-  if (track == nullptr) {
-    Add(report, problems::NoDataTrack);
-    return report;
-  }
-  const DataTrack data(source, *track);
-  CheckSectors(source, data, report);
-  CheckBootSector(data, report);
-  CheckVolume(data, report);
-  if (report.volume && !report.bootHeader.empty()) CheckBootFile(data, report);
+  const auto start = FindBootSector(report);
+  CheckSectors(report);
+  if (!start) return report;
+  CheckBootSector(*start, report);
+  CheckVolume(*start, report);
+  if (report.volume && !report.bootHeader.empty()) CheckBootFile(report);
   return report;
 }
 

@@ -69,7 +69,7 @@ void CheckProgram(std::span<const std::byte> stored, Report& report) {
 
 }  // namespace
 
-void CheckBootFile(const DataTrack& data, Report& report) {
+void CheckBootFile(Report& report) {
   const std::string& name = report.bootFile;
   const auto& files = report.volume->files;
   const auto file = std::ranges::find(files, name, &FileEntry::path);
@@ -93,7 +93,7 @@ void CheckBootFile(const DataTrack& data, Report& report) {
     return;
   }
   try {
-    CheckProgram(data.Bytes(file->lba, file->size), report);
+    CheckProgram(report.image->UserData(file->lba, file->size), report);
   } catch (const cdi::FormatError&) {
     Add(report, problems::BootFileOutside);
   }

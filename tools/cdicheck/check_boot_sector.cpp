@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <span>
 #include <string>
@@ -61,10 +62,10 @@ void CheckBody(std::span<const std::byte> bootSector, Report& report) {
 
 }  // namespace
 
-void CheckBootSector(const DataTrack& data, Report& report) {
+void CheckBootSector(std::int64_t start, Report& report) {
   std::vector<std::byte> bootSector;
   try {
-    bootSector = data.Bytes(data.Track().start, BootSectorSize);
+    bootSector = report.image->UserData(start, BootSectorSize);
   } catch (const cdi::FormatError&) {
     Add(report, problems::NoBootSector);
     return;

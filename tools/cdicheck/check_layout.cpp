@@ -16,11 +16,11 @@ void CheckLayout(Report& report) {
   } else if (image.tracksEnd < image.descriptorOffset) {
     Add(report, problems::BytesOfNoTrack, {std::to_string(image.descriptorOffset - image.tracksEnd)});
   }
-  std::uint64_t end = 0;
+  std::int64_t end = 0;
   for (const cdi::Track& track : image.tracks) {
     if (track.sectorSize == 0) Add(report, problems::UnknownSectorSize);
-    if (std::uint64_t{track.pregap} + track.length != track.total) Add(report, problems::WrongLength);
-    end = std::max(end, std::uint64_t{track.start} + track.length);
+    if (track.pregap + track.length != track.total) Add(report, problems::WrongLength);
+    end = std::max(end, track.lba + static_cast<std::int64_t>(track.length));
   }
   if (end > cdi::DiscCapacity) {
     Add(report, problems::TooLong, {std::to_string(end), std::to_string(cdi::DiscCapacity)});

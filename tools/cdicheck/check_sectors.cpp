@@ -1,54 +1,74 @@
 #include <algorithm>
-#include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <span>
 #include <string>
+#include <vector>
 
-#include "cdi/descriptor.h"
 #include "cdi/sector.h"
 #include "cdicheck/check_steps.h"
 #include "cdicheck/problems.h"
-#include "disc/bytes.h"
+#include "common/threads.h"
 
 namespace cdicheck {
 namespace {
 
-constexpr disc::Field Submode{2, 1};
-constexpr std::uint32_t Form2 = 0x20;
-constexpr disc::Field StoredEdc{cdi::EdcOffset, 4};
+/// What one thread works on at a time: little enough to stay in its cache.
+constexpr std::uint64_t SectorsAtOnce = 64;
 
-bool IsCorrect(std::span<const std::byte> stored) {
-  if ((disc::ReadNumber(stored, Submode) & Form2) != 0) return true;  // carries no error correction
-  std::array<std::byte, cdi::StoredSectorSize> expected;
-  cdi::EncodeSector(stored.subspan(cdi::SubheaderSize).first<cdi::UserDataSize>(), expected);
-  if (std::ranges::equal(stored, expected)) return true;
-  // Another subheader has another EDC; its ECC is left alone.
-  const bool ownSubheader =
-      !std::ranges::equal(stored.first(cdi::SubheaderSize), std::span(expected).first(cdi::SubheaderSize));
-  return ownSubheader && cdi::Edc(stored.first(cdi::EdcOffset)) == disc::ReadNumber(stored, StoredEdc);
+/// The damaged sectors of one track or of several, to which two threads add.
+class Damage {
+ public:
+  void Add(std::int64_t lba) {
+    const std::lock_guard lock(mutex_);
+    first_ = count_ == 0 ? lba : std::min(first_, lba);
+    ++count_;
+  }
+
+  std::uint64_t Count() const { return count_; }
+  std::int64_t First() const { return first_; }
+
+ private:
+  std::mutex mutex_;
+  std::uint64_t count_ = 0;
+  std::int64_t first_ = 0;
+};
+
+/// Verifies batches of sectors, each the next that no other thread has taken, until none is left.
+void VerifyBatches(const cdi::Source& source, const cdi::Track& track, std::atomic<std::uint64_t>& next,
+                   Damage& damage) {
+  std::vector<std::byte> sectors(SectorsAtOnce * track.sectorSize);
+  for (;;) {
+    const std::uint64_t first = next.fetch_add(SectorsAtOnce);
+    if (first >= track.stored) return;
+    const auto count = static_cast<std::size_t>(std::min(SectorsAtOnce, track.stored - first));
+    const auto batch = std::span(sectors).first(count * track.sectorSize);
+    source.read(track.offset + first * track.sectorSize, batch);
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::int64_t lba = track.lba + static_cast<std::int64_t>(first + i);
+      const auto sector = batch.subspan(i * track.sectorSize, track.sectorSize);
+      if (!cdi::IsIntact(sector, track.mode, lba)) damage.Add(lba);
+    }
+  }
 }
 
 }  // namespace
 
-void CheckSectors(const cdi::Source& source, const DataTrack& data, Report& report) {
-  const cdi::Track& track = data.Track();
-  if (track.mode != cdi::track_block::Mode2) {
-    Add(report, problems::OtherMode);
-    return;
+void CheckSectors(Report& report) {
+  Damage damage;
+  for (const cdi::Track& track : report.image->tracks) {
+    if (!track.IsData() || track.sectorSize == cdi::UserDataSize) continue;  // nothing that could be verified
+    std::atomic<std::uint64_t> next = 0;
+    const auto verify = [&] { VerifyBatches(report.image->source, track, next, damage); };
+    track.stored > SectorsAtOnce ? tools::OnTwoThreads(verify) : verify();
   }
-  if (track.sectorSize < cdi::StoredSectorSize) return;
-  std::uint32_t bad = 0, firstBad = 0;
-  for (std::uint32_t i = 0; i < track.length && data.Holds(track.start + i); ++i) {
-    const auto stored = source.Bytes(
-        track.offset + std::uint64_t{i} * track.sectorSize + data.SubheaderOffset(), cdi::StoredSectorSize);
-    if (IsCorrect(stored)) continue;
-    if (bad++ == 0) firstBad = track.start + i;
-  }
-  if (bad == 1) {
-    Add(report, problems::DamagedSector, {std::to_string(firstBad)});
-  } else if (bad > 1) {
-    Add(report, problems::DamagedSectors, {std::to_string(bad), std::to_string(firstBad)});
+  const std::string first = std::to_string(damage.First());
+  if (damage.Count() == 1) {
+    Add(report, problems::DamagedSector, {first});
+  } else if (damage.Count() > 1) {
+    Add(report, problems::DamagedSectors, {std::to_string(damage.Count()), first});
   }
 }
 

@@ -91,7 +91,7 @@ void Print(const Report& report, std::ostream& out) {
         << report.image->sessions << " sessions\n";
     for (const cdi::Track& track : report.image->tracks) {
       out << "  session " << track.session + 1 << ": " << ModeName(track.mode) << ", " << track.length
-          << " sectors of " << track.sectorSize << " bytes from LBA " << track.start << '\n';
+          << " sectors of " << track.sectorSize << " bytes from LBA " << track.lba << '\n';
     }
   }
   if (!report.bootHeader.empty()) out << "Boot header\n";
@@ -118,7 +118,7 @@ void PrintJson(const Report& report, std::ostream& out) {
     for (const cdi::Track& track : report.image->tracks) {
       all["tracks"].push_back({{"session", track.session + 1},
                                {"mode", ModeName(track.mode)},
-                               {"start", track.start},
+                               {"start", track.lba},
                                {"length", track.length},
                                {"sectorSize", track.sectorSize}});
     }

@@ -42,39 +42,45 @@ inline constexpr Sentence TooLong = Warning(
 inline constexpr Sentence NoDataTrack =
     Error("The last session has no data track, so there is nothing to boot. Make the image of an ISO image.");
 
+inline constexpr Sentence AudioInFront = Warning(
+    "The last session begins with an audio track, but start-up code looks for the boot sector on its first track: "
+    "the disc may not start. Put the data track in front.");
 inline constexpr Sentence OtherMode =
     Warning("The data track is not in Mode 2, which the console's start-up expects of such a disc.");
 inline constexpr Sentence DamagedSector = Error(
-    "1 sector has a wrong checksum or error correction code, the first one at LBA {}: "
+    "1 sector has a wrong header, checksum or error correction code, the first one at LBA {}: "
     "the file was damaged after it was made. Make it again.");
 inline constexpr Sentence DamagedSectors = Error(
-    "{} sectors have a wrong checksum or error correction code, the first one at LBA {}: "
+    "{} sectors have a wrong header, checksum or error correction code, the first one at LBA {}: "
     "the file was damaged after it was made. Make it again.");
 
 inline constexpr Sentence NoBootSector =
     Error("The data track is shorter than the boot sector. Make the image again.");
-inline constexpr Sentence NoBootHeader =
-    Error("The disc has no boot header: give the ISO image an IP.BIN (mkisofs -G).");
+inline constexpr Sentence NoBootHeader = Error(
+    "The disc has no boot header: remove IP.BIN from the folder and make the image again. "
+    "An ISO image that is made by hand needs a good one (mkisofs -G).");
 inline constexpr Sentence WrongCheckValue = Warning(
     "The check value in the boot header is {}, but product number and version make it {}: "
-    "some start-up code refuses that. Correct the IP.BIN.");
+    "some start-up code refuses that. Remove IP.BIN from the folder and make the image again, or correct it.");
 inline constexpr Sentence HeaderOnly = Error(
     "The boot sector holds a header only, and nothing that starts a program: "
     "the image was made without an IP.TMPL. "
     "Put one beside the program, remove IP.BIN from the folder, and make it again.");
 inline constexpr Sentence NoStartCode = Error(
-    "The boot sector has no code at offset 0x300, where the console starts it. Use a complete IP.TMPL.");
+    "The boot sector has no code at offset 0x300, where the console starts it. "
+    "Put a complete IP.TMPL beside the program, remove IP.BIN from the folder, and make the image again.");
 
 inline constexpr Sentence VolumeElsewhere = Error(
-    "The files cannot be read ({}): the volume must be made for the address of its track, {} "
-    "(mkisofs -C 0,{}), and be there as a whole.");
-inline constexpr Sentence VolumeUnreadable = Error("The files cannot be read: {}. Make the ISO image again.");
+    "The files cannot be read ({}). Make the image again; "
+    "an ISO image that is made by hand must be made for the address of its track (mkisofs -C 0,{}).");
+inline constexpr Sentence VolumeUnreadable = Error("The files cannot be read: {}. Make the image again.");
 
 inline constexpr Sentence BootFileInFolder = Error(
-    "The boot file {} lies in a folder ({}), but the console looks for it in the root only. Move it there.");
+    "The boot file {} lies in a folder ({}), but the console looks for it in the root only. "
+    "Move it there and make the image again.");
 inline constexpr Sentence NoBootFile = Error(
     "The boot header names {}, but no such file is in the root of the disc. "
-    "Names count to the letter, capitals included.");
+    "Put it there (names count to the letter, capitals included) and make the image again.");
 inline constexpr Sentence NoFileVersion = Error(
     "The boot file is recorded without the version \";1\", with which the console looks for it. "
     "Do not have mkisofs leave versions out (-N).");
@@ -85,8 +91,9 @@ inline constexpr Sentence BootFileEmpty =
     Error("The boot file is empty. Was it a link in the folder? Put the file itself there.");
 inline constexpr Sentence BootFileOutside =
     Error("The boot file lies outside the data track in part. Make the image again.");
-inline constexpr Sentence ElfFile =
-    Error("The boot file is an ELF file. The console needs its raw binary, scrambled.");
+inline constexpr Sentence ElfFile = Error(
+    "The boot file is an ELF file, but the console needs its raw binary, scrambled. "
+    "Give it a name that ends in .elf and have the image made again.");
 inline constexpr Sentence NoProgram = Warning(
     "The boot file does not look like a program for the console. "
     "Is it the right file, and scrambled just once?");

@@ -25,9 +25,6 @@ constexpr std::size_t MostFiles = 100'000;
 constexpr std::size_t LongestPath = 4096;
 constexpr std::size_t LongestPaths = std::size_t{32} << 20;  ///< all together
 
-/// In front of the subheader of a sector that is stored as it lies on the disc.
-constexpr std::uint64_t SyncAndHeaderSize = 16;
-
 /// The text of a field without the blanks at its end.
 std::string TextOf(std::span<const std::byte> block, disc::Field field) {
   return disc::TrimEnd(disc::ReadText(block, field), " ");
@@ -58,11 +55,11 @@ Record ReadRecord(std::span<const std::byte> record) {
 
 /// Calls `visit` with each record of a folder. All folders together have no more than `sectorsLeft` sectors.
 template <typename Visit>
-void ForEachRecord(const DataTrack& track, const Record& folder, std::uint32_t& sectorsLeft, Visit visit) {
+void ForEachRecord(const cdi::Image& image, const Record& folder, std::uint32_t& sectorsLeft, Visit visit) {
   std::uint32_t lba = folder.lba;
   for (std::uint64_t done = 0; done < folder.size; done += cdi::UserDataSize, ++lba) {
     if (sectorsLeft-- == 0) throw cdi::FormatError("the folders of the volume are larger than a disc");
-    const std::vector<std::byte> sector = track.Sector(lba);
+    const std::vector<std::byte> sector = image.UserData(lba, cdi::UserDataSize);
     for (std::size_t at = 0; at < sector.size();) {
       const auto left = std::span(sector).subspan(at);
       const std::size_t length = disc::ReadNumber(left, folder_record::Length);
@@ -82,38 +79,9 @@ bool IsSelfOrParent(const Record& record) {
 
 }  // namespace
 
-std::uint64_t DataTrack::SubheaderOffset() const {
-  return track_.sectorSize >= cdi::AudioSectorSize ? SyncAndHeaderSize : 0;
-}
-
-bool DataTrack::Holds(std::uint32_t lba) const {
-  if (lba < track_.start || lba - track_.start >= track_.length || track_.sectorSize == 0) return false;
-  const std::uint64_t end = track_.offset + (std::uint64_t{lba - track_.start} + 1) * track_.sectorSize;
-  return end <= source_.size;
-}
-
-std::vector<std::byte> DataTrack::Sector(std::uint32_t lba) const {
-  if (!Holds(lba)) throw OutsideTrack("sector " + std::to_string(lba) + " lies outside the data track");
-  const bool plain = track_.sectorSize == cdi::UserDataSize;
-  const bool mode2 = track_.mode == cdi::track_block::Mode2;
-  const std::uint64_t before = plain ? 0 : SubheaderOffset() + (mode2 ? cdi::SubheaderSize : 0);
-  return source_.Bytes(track_.offset + std::uint64_t{lba - track_.start} * track_.sectorSize + before,
-                       cdi::UserDataSize);
-}
-
-std::vector<std::byte> DataTrack::Bytes(std::uint32_t lba, std::size_t length) const {
-  std::vector<std::byte> bytes;
-  bytes.reserve(length);
-  while (bytes.size() < length) {
-    const std::vector<std::byte> sector = Sector(lba++);
-    const std::size_t count = std::min(length - bytes.size(), sector.size());
-    bytes.insert(bytes.end(), sector.begin(), sector.begin() + static_cast<std::ptrdiff_t>(count));
-  }
-  return bytes;
-}
-
-Volume ReadVolume(const DataTrack& track) {
-  const std::vector<std::byte> descriptor = track.Sector(track.Track().start + volume_descriptor::Sector);
+Volume ReadVolume(const cdi::Image& image, std::int64_t start) {
+  const std::vector<std::byte> descriptor =
+      image.UserData(start + volume_descriptor::Sector, cdi::UserDataSize);
   if (disc::ReadText(descriptor, volume_descriptor::Identifier) != volume_descriptor::StandardIdentifier) {
     throw cdi::FormatError("the data track holds no ISO 9660 volume");
   }
@@ -131,7 +99,7 @@ Volume ReadVolume(const DataTrack& track) {
   while (!folders.empty()) {
     const Folder folder = std::move(folders.back());
     folders.pop_back();
-    ForEachRecord(track, folder.record, sectorsLeft, [&](const Record& record) {
+    ForEachRecord(image, folder.record, sectorsLeft, [&](const Record& record) {
       if (++count > MostFiles) throw cdi::FormatError("the volume holds more files than a disc can");
       if (IsSelfOrParent(record)) return;
       std::string path = folder.path + record.name;
