@@ -57,8 +57,8 @@ inline constexpr Sentence DamagedSectors = Error(
 inline constexpr Sentence NoBootSector =
     Error("The data track is shorter than the boot sector. Make the image again.");
 inline constexpr Sentence NoBootHeader = Error(
-    "The disc has no boot header: remove IP.BIN from the folder and make the image again. "
-    "An ISO image that is made by hand needs a good one (mkisofs -G).");
+    "The disc has no boot header. Remove IP.BIN from the folder and make the image again; "
+    "an ISO image that is made by hand needs a good one (mkisofs -G).");
 inline constexpr Sentence WrongCheckValue = Warning(
     "The check value in the boot header is {}, but product number and version make it {}: "
     "some start-up code refuses that. Remove IP.BIN from the folder and make the image again, or correct it.");
