@@ -76,7 +76,7 @@ ROWS = [
     (Good, disc({BootFile: scramble(make_program(13))})),
     ("mkisofs -C 0,11702", disc(change=(Volume + 158, b"\1\0"))),
     ("no ISO 9660 volume", disc(change=(Volume + 1, b"X"))),
-    ("no boot header: remove IP.BIN from the folder and make the image again", disc(change=(0, b"X"))),
+    ("no boot header. Remove IP.BIN from the folder and make the image again", disc(change=(0, b"X"))),
     ("is \\x9B6D9, but product number and version make it B6D8", disc(change=(32, b"\x9b6D9"))),
     ("without an IP.TMPL", disc(change=(256, bytes(32512)))),
     ("no code at offset 0x300", disc(change=(0x300, b"\xff\xff"))),
