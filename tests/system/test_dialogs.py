@@ -26,7 +26,7 @@ def type_in(text):
 
 def until(condition, meanwhile=lambda: None):
     """Waits for a state of the display or of the program, and tries again and again to bring it about."""
-    for _ in range(100):
+    for _ in range(600):
         if result := condition():
             return result
         meanwhile()
