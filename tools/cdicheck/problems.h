@@ -45,8 +45,9 @@ inline constexpr Sentence NoDataTrack =
 inline constexpr Sentence AudioInFront = Warning(
     "The last session begins with an audio track, but start-up code looks for the boot sector on its first track: "
     "the disc may not start. Put the data track in front.");
-inline constexpr Sentence OtherMode =
-    Warning("The data track is not in Mode 2, which the console's start-up expects of such a disc.");
+inline constexpr Sentence OtherMode = Warning(
+    "The data track is not in Mode 2, which the console's start-up expects of such a disc: "
+    "it may start in an emulator only. Make the image with cdi4dc.");
 inline constexpr Sentence DamagedSector = Error(
     "1 sector has a wrong header, checksum or error correction code, the first one at LBA {}: "
     "the file was damaged after it was made. Make it again.");
@@ -99,7 +100,7 @@ inline constexpr Sentence NoProgram = Warning(
     "Is it the right file, and scrambled just once?");
 inline constexpr Sentence NotScrambled = Error(
     "The boot file is not scrambled, but from a disc like this the console unscrambles it. "
-    "Scramble it first.");
+    "Scramble it and make the image again.");
 
 }  // namespace problems
 
