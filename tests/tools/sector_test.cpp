@@ -1,23 +1,32 @@
-#include "cdi/sector.h"
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <random>
 
+#include "cdi/coded_area.h"
+
 using namespace cdi;
 
-TEST(SectorEncoders, AllGiveTheSameBytes) {
+TEST(SectorEncoders, AllWriteTheSameBytesAndSeeTheSameDamage) {
   std::mt19937 random(7);
   for (int round = 0; round < 200; ++round) {
     std::array<std::byte, UserDataSize> userData;
     for (std::byte& byte : userData) byte = static_cast<std::byte>(random());
     std::array<std::byte, StoredSectorSize> expected{};
     SectorEncoders().front().encode(userData.data(), expected.data());
+    std::array<std::byte, PaddedAreaSize> area{};
+    std::byte* damaged = std::ranges::copy(expected, area.begin() + HeaderSize).out - 1 - random() % 2336;
     for (const SectorEncoder& encoder : SectorEncoders()) {
+      SCOPED_TRACE(encoder.name);
       std::array<std::byte, StoredSectorSize> stored{};
       encoder.encode(userData.data(), stored.data());
-      ASSERT_EQ(stored, expected) << encoder.name;
+      ASSERT_EQ(stored, expected);
+      ASSERT_EQ(encoder.edc(std::span(stored).first(EdcOffset + 4)), 0U) << "as of all that ends in its EDC";
+      ASSERT_TRUE(encoder.hasParity(area.data()));
+      *damaged ^= std::byte{1};
+      ASSERT_FALSE(encoder.hasParity(area.data()));
+      *damaged ^= std::byte{1};
     }
   }
 }
