@@ -82,7 +82,9 @@ def choose_folder(desk):
         press("shift+Tab", "Home", "Down", "Down", "Down", "Right", "Down", "Right")
         type_in("zz")
     else:
-        type_in(str(desk.game))
+        type_in("/")  # opens the line for a path, and keys are lost until it is there
+        time.sleep(1)
+        type_in(str(desk.game)[1:])
     press_return_until(lambda: not windows(title))
 
 
