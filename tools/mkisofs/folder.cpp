@@ -10,6 +10,7 @@
 #include <iostream>
 #include <limits>
 #include <map>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -69,16 +70,14 @@ bool IsLink(const WIN32_FIND_DATAW& found) {
 /// What stands in one folder, by name.
 std::map<std::wstring, WIN32_FIND_DATAW> Search(const std::wstring& folder) {
   WIN32_FIND_DATAW found;
-  const HANDLE search = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
-  if (search == INVALID_HANDLE_VALUE) throw tools::FileError(Shown(folder), tools::LastErrorText());
+  const HANDLE first = ::FindFirstFileW((folder + L"\\*").c_str(), &found);
+  if (first == INVALID_HANDLE_VALUE) throw tools::FileError(Shown(folder), tools::LastErrorText());
+  const std::unique_ptr<void, decltype(&::FindClose)> search(first, ::FindClose);
   std::map<std::wstring, WIN32_FIND_DATAW> all;
   do {
     all.emplace(found.cFileName, found);
-  } while (::FindNextFileW(search, &found));
-  const bool isAll = ::GetLastError() == ERROR_NO_MORE_FILES;
-  const std::string reason = isAll ? "" : tools::LastErrorText();
-  ::FindClose(search);
-  if (!isAll) throw tools::FileError(Shown(folder), reason);
+  } while (::FindNextFileW(search.get(), &found));
+  if (::GetLastError() != ERROR_NO_MORE_FILES) throw tools::FileError(Shown(folder), tools::LastErrorText());
   all.erase(L".");
   all.erase(L"..");
   return all;
