@@ -2,8 +2,6 @@
 
 from collections import namedtuple
 from functools import cache, reduce
-from operator import itemgetter
-from os.path import commonprefix
 from struct import pack
 
 DataStart = 11702  # the data track's address on the disc
@@ -73,7 +71,7 @@ def make_sector(user_data, subheader=b"\0\0\x08\0", header=bytes(4)):
     else:
         parts = {"user data": user_data, "EDC": _edc(_Sync + header + user_data), "zero": bytes(8)}
     parts["P parity"] = _parity(header + b"".join(parts.values()), 86)
-    parts["Q parity"] = _parity(bytes(itemgetter(*_QOrder)(header + b"".join(parts.values()))), 52)
+    parts["Q parity"] = _parity(bytes(map((header + b"".join(parts.values())).__getitem__, _QOrder)), 52)
     return parts
 
 
@@ -133,16 +131,14 @@ Image = namedtuple("Image", "iso name volume sectors")
 
 
 def read_image(path):
-    """Reads an image as cdi4dc has to write it. A ValueError names the first byte that is another."""
+    """Reads an image as cdi4dc has to write it. A ValueError names the first part that is another."""
     image = path.read_bytes()
     sectors = (len(image) - int.from_bytes(image[-4:], "little") - DataOffset) // 2336
     iso = b"".join(image[at : at + 2048] for at in range(DataOffset + 8, DataOffset + 2336 * sectors, 2336))
     volume, at = iso[32808:32840], 0
     for what, right in lay_out([[Silence], [make_track(iso)]], path.name.encode(), volume).items():
-        found = image[at : at + len(right)]
-        if found != right:
-            i = len(commonprefix([found, right]))
-            raise ValueError(f"{path.name}: {what}: byte {i} is {found[i : i + 1].hex()}, not {right[i]:02x}")
+        if image[at : at + len(right)] != right:
+            raise ValueError(f"{path.name}: {what}")
         at += len(right)
     if at != len(image):
         raise ValueError(f"{path.name}: {len(image) - at} bytes too many")
@@ -200,23 +196,20 @@ def small_images():
     def image(*last, first=(_audio(0),), behind=(), **how):
         return b"".join(lay_out([first, last, *behind], b"small.cdi", b"TEST", **how).values())
 
-    found = {}
-    for version in Versions:
-        several = [_audio(0), _audio(1)]
-        found[f"version-{version}"] = image(data(), _audio(DataStart + 21), first=several, version=version)
-    for version in ("2", "3.5"):
-        found[f"version-{version}-short-headers"] = image(data(), version=version, short_headers=True)
-    for size in (2336, 2352, 2368, 2448):
-        found[f"sectors-of-{size}"] = image(data(size))
-    for size in (2048, 2352):
-        found[f"mode-1-of-{size}"] = image(data(size, mode=1))
     forms = {20: b"\1\0\x09\0", 21: b"\0\0\x20\0", 22: b"\0\0\x28\0"}
     of_forms = make_track(make_iso(files | {b"LAST.BIN;1": b"\7" * 4096}), subheaders=forms, pregap=0)
-    found["both-forms"] = image(of_forms._replace(parts=of_forms.parts | {"sector 22: EDC": bytes(4)}))
-    found["pregap-of-3"] = image(data()._replace(pregap=3))
-    found["cd-text"] = image(data()._replace(index_lengths=4, texts=2), cd_text=b"Text" * 9)
-    found["open-disc"] = image(data(), behind=[[]])
+    of_forms = of_forms._replace(parts=of_forms.parts | {"sector 22: EDC": bytes(4)})
     boot_session = make_track(make_iso(files, files_at=20), 2048, pregap=0)
-    found["data-on-both-sessions"] = image(boot_session, first=[data(2336, start=0)])
-    found["audio-track-first"] = image(_audio(DataStart), data(start=DataStart + 1))
-    return found
+    two_tracks, more_audio = [_audio(0), _audio(1)], _audio(DataStart + 21)
+    versions = {f"version-{v}": image(data(), more_audio, first=two_tracks, version=v) for v in Versions}
+    short = {f"version-{v}-short-headers": image(data(), version=v, short_headers=True) for v in ("2", "3.5")}
+    sizes = {f"sectors-of-{size}": image(data(size)) for size in (2336, 2352, 2368, 2448)}
+    modes = {f"mode-1-of-{size}": image(data(size, mode=1)) for size in (2048, 2352)}
+    return versions | short | sizes | modes | {
+        "both-forms": image(of_forms),
+        "pregap-of-3": image(data()._replace(pregap=3)),
+        "cd-text": image(data()._replace(index_lengths=4, texts=2), cd_text=b"Text" * 9),
+        "open-disc": image(data(), behind=[[]]),
+        "data-on-both-sessions": image(boot_session, first=[data(2336, start=0)]),
+        "audio-track-first": image(_audio(DataStart), data(start=DataStart + 1)),
+    }
