@@ -93,8 +93,10 @@ TEST(Records, OfTheFolderBrowser) {
   }
 }
 
-TEST_F(Files, KnowABadNameAndAFileByAnotherSpelling) {
+TEST_F(Files, KnowABadNameALockAndAFileByAnotherSpelling) {
   EXPECT_EQ(EndOf([] { Open(L"a|b?"); }), 52);
+  ::CreateFileA("locked", GENERIC_READ, 0, nullptr, CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
+  EXPECT_EQ(EndOf([] { Open(L"locked"); }), 70);
   std::ofstream("IP.BIN") << "x";
   EXPECT_EQ(EndOf([] { Move(L"IP.BIN", L"ip.bin"); }), 58) << "onto itself";
 }

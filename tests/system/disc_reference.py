@@ -131,17 +131,15 @@ Image = namedtuple("Image", "iso name volume sectors")
 
 
 def read_image(path):
-    """Reads an image as cdi4dc has to write it. A ValueError names the first part that is another."""
+    """Reads an image as cdi4dc has to write it. An AssertionError names the first part that is another."""
     image = path.read_bytes()
     sectors = (len(image) - int.from_bytes(image[-4:], "little") - DataOffset) // 2336
     iso = b"".join(image[at : at + 2048] for at in range(DataOffset + 8, DataOffset + 2336 * sectors, 2336))
     volume, at = iso[32808:32840], 0
     for what, right in lay_out([[Silence], [make_track(iso)]], path.name.encode(), volume).items():
-        if image[at : at + len(right)] != right:
-            raise ValueError(f"{path.name}: {what}")
+        assert image[at : at + len(right)] == right, f"{path.name}: {what}"
         at += len(right)
-    if at != len(image):
-        raise ValueError(f"{path.name}: {len(image) - at} bytes too many")
+    assert at == len(image), f"{path.name}: {len(image) - at} bytes too many"
     return Image(iso, path.name, volume.decode(errors="surrogateescape").rstrip(), sectors)
 
 

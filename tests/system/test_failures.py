@@ -4,7 +4,7 @@ import os
 import pty
 import subprocess
 import termios
-from errno import EDQUOT, EINTR, EIO, ENOENT, ENOMEM, EOPNOTSUPP, EROFS, EXDEV
+from errno import EDQUOT, EINTR, EIO, ENOENT, ENOMEM, EOPNOTSUPP, EXDEV
 from signal import SIG_DFL, SIG_IGN, SIGINT, SIGKILL, SIGTERM, signal
 
 import pytest
@@ -83,13 +83,9 @@ def test_a_run_keeps_its_promises(desk, game, error, call, expected):
     assert ", ".join(sorted(seen)) == expected
 
 
-@pytest.mark.parametrize("call, said", [
-    (f"open:0:{EROFS}", "Cannot read/write file - Already in use\n"),
-    (f"write:1:{EDQUOT}", "Run-time error: '61'\n\nDisk full\n"),
-    (f"close:0:{EIO}", "Run-time error: '57'\n\nDevice I/O error\n"),
-])
-def test_a_failure_is_told_although_the_telling_is_interrupted(desk, call, said):
-    assert make_image(desk, "ELF file", f"{call} write:2:{EINTR} write:0:0") == (1, said)
+def test_a_failure_is_told_although_the_telling_is_interrupted(desk):
+    calls = f"write:1:{EDQUOT} write:2:{EINTR} write:0:0"
+    assert make_image(desk, "ELF file", calls) == (1, "Run-time error: '61'\n\nDisk full\n")
 
 
 @pytest.mark.parametrize("place, error, calls, expected", [

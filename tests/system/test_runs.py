@@ -58,13 +58,14 @@ def prepare(desk, script):
               "echo nothing > app/mkisofs.does; cd temp/*/*; rm *; mkdir data.iso; touch -d 2001-1-1 *",
               unknown_error("mkisofs ISO time mismatch!"), BUILT),
     row("an .elf that is none", "echo plain > game/demo.elf", "", "IP.BIN demo.elf"),
-    row("a boot file of zero bytes", AS_1ST_READ % "", "Run-time error: '9'\n\nSubscript out of range\n",
-        "1ST_READ.BIN"),
+    row("no bytes in 1ST_READ.BIN, although IP.BIN names another file",
+        AS_1ST_READ % "" + "; echo > game/GAME; printf '%096dGAME' > game/IP.BIN",
+        "Run-time error: '9'\n\nSubscript out of range\n", "1ST_READ.BIN GAME IP.BIN"),
     row("a name of 17 characters", "rm game/demo.elf; echo x > game/seventeen-long.elf",
         "Run-time error: '5'\n\nInvalid procedure call or argument\n", "seventeen-long.elf"),
-    row("NULs behind the name in IP.BIN",
-        f"rm game/*; echo {PLAIN_CODE} > game/GAME; printf '%096dGAME\\0\\0\\0\\0' > game/IP.BIN",
-        "", "GAME IP.BIN"),
+    row("blanks before the name in IP.BIN and NULs behind it",
+        f"rm game/*; echo {PLAIN_CODE} > game/GaMe; printf '%096d   GaMe\\0\\0       +' > game/IP.BIN",
+        "", "GaMe IP.BIN"),
     row("a read-only IP.BIN", "echo > game/IP.BIN; chmod 444 game/IP.BIN", NO_ACCESS, "IP.BIN demo.elf"),
     row("an IP.BIN beside the program", "echo left > app/IP.BIN",
         "Run-time error: '58'\n\nFile already exists\n", BUILT),
@@ -123,7 +124,6 @@ def test_scrambling_in_place_is_hidden(desk):
 
 
 @pytest.mark.parametrize("name", [
-    row("blanks", "a b  c"),
     row("a letter of the code page", "caf\xE9"),
     posix_row("what a shell reads", "a-b\\'$x&;*?"),
     posix_row("letters of no code page, and bytes of no text", "\u65E5\udcff\udcfe\udc80 x"),

@@ -7,6 +7,7 @@
 #include "errors/report.h"
 #include "fake_platform.h"
 #include "files/paths.h"
+#include "platform/file_errors.h"
 #include "run/command_line.h"
 #include "run/main.h"
 
@@ -101,6 +102,7 @@ static Text Report(const auto& failure) {
 TEST(ReportRuntimeError, KnownErrorsNeedTheirDescriptionToTheLetter) {
   EXPECT_EQ(Report(RuntimeError(6, L"Overflow")), L"0 Integer overflow.");
   EXPECT_EQ(Report(RuntimeError(6, L"overflow")), L"");
+  EXPECT_EQ(Report(platform::PermissionDenied), L"0 File locked by another application");
   EXPECT_EQ(Report(RuntimeError(53, L"File not found: zlib.dll")), L"0 Please install zlib and try again.");
   EXPECT_EQ(Report(std::bad_alloc()), L"0 Run-time error: '7'\r\n\r\nOut of memory");
   EXPECT_EQ(Report(std::length_error("")), L"0 Run-time error: '7'\r\n\r\nOut of memory");
