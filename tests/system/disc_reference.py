@@ -29,11 +29,7 @@ def scramble(plain):
     return b"".join(slices) + plain[32 * len(slices) :]
 
 
-def _edc_step(edc, _):
-    return edc >> 1 ^ (0xD8018001 if edc & 1 else 0)
-
-
-_EdcTable = [reduce(_edc_step, range(8), byte) for byte in range(256)]
+_EdcTable = [reduce(lambda edc, _: edc >> 1 ^ edc % 2 * 0xD8018001, range(8), byte) for byte in range(256)]
 _Sync = b"\0" + b"\xff" * 10 + b"\0"
 _TimesX = bytes((byte << 1 ^ (0x11D if byte > 127 else 0)) for byte in range(256))
 _OverXPlus1 = bytes(sorted(range(256), key=lambda byte: byte ^ _TimesX[byte]))
@@ -163,10 +159,7 @@ def make_record(name, address, file_size=None):
 
 
 def make_iso(files, start=DataStart, files_at=None):
-    """A volume of these files, by their names, and of a folder SUB with DATA.TXT of one byte.
-
-    `files_at`: where such files lie already, and SUB before them: the volume refers to these.
-    """
+    """A volume of these files and of SUB/DATA.TXT; `files_at`: where such files lie already, behind SUB."""
     first = files_at or start + 20
     root, sub, data = start + 18, first - 1, b""
     records = make_record(b"\0", root) + make_record(b"\1", root) + make_record(b"SUB", sub)
@@ -198,8 +191,8 @@ def small_images():
     of_forms = make_track(make_iso(files | {b"LAST.BIN;1": b"\7" * 4096}), subheaders=forms, pregap=0)
     of_forms = of_forms._replace(parts=of_forms.parts | {"sector 22: EDC": bytes(4)})
     boot_session = make_track(make_iso(files, files_at=20), 2048, pregap=0)
-    two_tracks, more_audio = [_audio(0), _audio(1)], _audio(DataStart + 21)
-    versions = {f"version-{v}": image(data(), more_audio, first=two_tracks, version=v) for v in Versions}
+    both, last = [_audio(0), _audio(1)], _audio(DataStart + 21)
+    versions = {f"version-{v}": image(data(), last, first=both, version=v) for v in Versions}
     short = {f"version-{v}-short-headers": image(data(), version=v, short_headers=True) for v in ("2", "3.5")}
     sizes = {f"sectors-of-{size}": image(data(size)) for size in (2336, 2352, 2368, 2448)}
     modes = {f"mode-1-of-{size}": image(data(size, mode=1)) for size in (2048, 2352)}

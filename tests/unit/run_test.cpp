@@ -40,13 +40,12 @@ TEST(GetOption, AnswersByTheGrammarOfTheLine) {
 }
 
 TEST(GetOption, PositionsAreSigned16BitNumbers) {
-  const auto filler = [](std::size_t length) { return Text(length, L'x'); };
   // The first position behind the name is 32767, then 32768.
-  EXPECT_EQ(Options(filler(32761) + L"--dir y"), L"--dir=y;");
-  EXPECT_EQ(EndOf([&] { Options(filler(32762) + L"--dir y"); }), 6);
+  EXPECT_EQ(Options(Text(32761, L'x') + L"--dir y"), L"--dir=y;");
+  EXPECT_EQ(EndOf([] { Options(Text(32762, L'x') + L"--dir y"); }), 6);
   // The two dashes that end the value stand at 32767, then at 32768.
-  EXPECT_EQ(Options(L"--dir " + filler(32759) + L" --x"), L"--dir=" + filler(32759) + L";");
-  EXPECT_EQ(EndOf([&] { Options(L"--dir " + filler(32760) + L" --x"); }), 6);
+  EXPECT_EQ(Options(L"--dir " + Text(32759, L'x') + L" --x"), L"--dir=" + Text(32759, L'x') + L";");
+  EXPECT_EQ(EndOf([] { Options(L"--dir " + Text(32760, L'x') + L" --x"); }), 6);
 }
 
 TEST(Paths, NameExtensionAndBaseName) {
