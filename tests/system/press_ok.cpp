@@ -36,7 +36,8 @@ int main(int, char** argv) {
   const std::size_t name = line.find(argv[1]);
   line = line.substr(name - (line[name - 1] == '"' ? 1 : 0));
 
-  STARTUPINFOA startup{.cb = sizeof startup};
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
   if (!::CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
                         &startup, &process))
