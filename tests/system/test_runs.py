@@ -64,7 +64,7 @@ def prepare(desk, script):
         "Run-time error: '58'\n\nFile already exists\n", BUILT),
     posix_row("no template, a read-only folder", "rm app/IP.TMPL; chmod 555 app", NO_ACCESS, "1ST_READ.BIN"),
     posix_row("a folder that others read", "chmod 750 temp/*/*", "sh-objcopy failed!", "demo.elf"),
-    row("no boot file", "rm game/*", NOT_LOCATED, ""),
+    row("no file as IP.BIN names it", "rm game/*; printf '%096dGAME' > game/IP.BIN", NOT_LOCATED, "IP.BIN"),
 ])
 def test_a_run(desk, what_stands_there, said, left):
     prepare(desk, what_stands_there)
