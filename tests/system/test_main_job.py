@@ -17,11 +17,8 @@ def job(build, tmp_path_factory, request):
     one tool that makes ISO images on PATH."""
     folder = tmp_path_factory.mktemp("job")
     app, game = folder / "app", folder / "my g\xE4me"
-    for tool in ("sh-elf-objcopy", request.param):
-        if not build.is_windows:
-            (folder / tool).symlink_to(shutil.which(tool))
-        elif not (build.bin / f"{tool}.exe").exists():
-            pytest.skip(f"{tool}.exe was not built, since its sources were not at hand")
+    for tool in () if build.is_windows else ("sh-elf-objcopy", request.param):
+        (folder / tool).symlink_to(shutil.which(tool))
     shutil.copytree(build.bin, app)
     shutil.copytree(build.root / "examples/hello/data", game)
     shutil.copy(build.hello_elf, game)
