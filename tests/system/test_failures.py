@@ -22,11 +22,11 @@ TOOLS = {"sh-elf-objcopy": '/bin/cp "$5" "$6"', "cdi4dc": '/bin/cp "$1" "$2"',  
 ANY_GAME = "close fstat lseek lstat open posix_spawnp read readlink write"
 NO_PROC = f" access:0:{ENOENT}"  # so an open file without a name could not get one
 ISO = (bytes(32768) + b"\1CD001\1" + PLAIN * 90)[:237 * 2048]
-RUNS = [  # no failing waitpid: the run would overtake its tool, and only EINTR can make one fail
+RUNS = [  # waiting fails with EINTR only: with any other error, the run would overtake its tool
     ("ELF file", EIO, f"{ANY_GAME} fstatat opendir readdir renameat2 stat", "a failure"),
     ("binary, other volume", EIO, f"{ANY_GAME} fchmod fsync futimens unlink", "a failure"),
     ("binary, other volume", EIO, "chmod mkdir", ""),
-    ("binary, other volume", EINTR, "close read waitpid write", ""),
+    ("binary, other volume", EINTR, "close read waitid waitpid write", ""),
     ("binary, other volume", 0, "read write", ""),  # no error, but one byte instead of many
     # These break promises, since the steps are prescribed: what cannot be deleted stays, what cannot be
     # looked at counts as missing, and an older file at its place passes for what a tool should have made.

@@ -158,11 +158,11 @@ class TestWhoeverStartsIt:
         assert desk.make_image() == (0, "")
         assert (desk.cdi.read_text(), other.cdi.read_text()) == ("whole\n", "made by cdi4dc")
 
-    def test_started_without_standard_error_a_message_goes_into_no_file(self, desk):
-        prepare(desk, AS_1ST_READ % "")
-        process = desk.start("--dir", desk.game, "--cdi", "x", preexec_fn=lambda: os.close(2))
-        assert process.wait() == 1
-        assert (desk.game / "1ST_READ.BIN").read_bytes() == b""
+    def test_started_without_standard_error_no_file_gets_what_the_run_and_the_tools_say(self, desk):
+        prepare(desk, "echo speak > app/mkisofs.does; echo nothing > app/cdi4dc.does")
+        process = desk.start("--dir", desk.game, "--cdi", desk.cdi, stdin=subprocess.DEVNULL,
+                             stdout=subprocess.DEVNULL, preexec_fn=lambda: os.close(2))
+        assert process.wait() == 1 and len(desk.log) == 4
 
     def test_nobody_reads_what_the_tools_and_the_run_say(self, desk):
         prepare(desk, "for tool in scramble mkisofs cdi4dc; do echo speak > app/$tool.does; done")
