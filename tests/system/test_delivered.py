@@ -1,4 +1,4 @@
-"""The programs as they are delivered: hardened, stripped, and of use on a host that lacks what sanitizers need."""
+"""The programs as they are delivered: hardened, stripped, and known to their host."""
 
 import os
 import re
