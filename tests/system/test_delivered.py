@@ -1,4 +1,4 @@
-"""The programs as they are delivered: hardened, stripped, and of use without /proc."""
+"""The programs as they are delivered: hardened, stripped, and known to their host."""
 
 import os
 import re

@@ -13,8 +13,8 @@ OTHER_MAKERS = [pytest.param(tool, marks=pytest.mark.posix_only)
 
 @pytest.fixture(scope="module", params=["mkisofs", *OTHER_MAKERS])
 def job(build, tmp_path_factory, request):
-    """The folder in which one whole run took place, on Windows by the portable folder alone, elsewhere with this
-    one tool that makes ISO images on PATH."""
+    """The folder in which one whole run took place, with this one tool that makes ISO images on PATH, or on
+    Windows with the portable folder alone."""
     folder = tmp_path_factory.mktemp("job")
     app, game = folder / "app", folder / "my g\xE4me"
     for tool in () if build.is_windows else ("sh-elf-objcopy", request.param):

@@ -15,6 +15,7 @@
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "disc/iso9660.h"
 #include "mkisofs/text.h"
@@ -32,6 +33,8 @@ constexpr std::uint64_t PlainName =
     volume_descriptor::Sector * SectorSize + volume_descriptor::VolumeName.offset;
 constexpr std::uint64_t JolietName = PlainName + SectorSize;
 
+constexpr std::wstring_view JolietForbids = L"*/:;?\\";
+
 constexpr int FolderMode = AE_IFDIR | 0555;
 constexpr int FileMode = AE_IFREG | 0444;
 
@@ -45,9 +48,11 @@ NameField MakePlainName(const std::wstring& name) {
   return field;
 }
 
-/// In two bytes a character, the higher one first.
+/// In two bytes a character, the higher one first, and without those that Joliet forbids.
 NameField MakeJolietName(std::wstring name) {
   NameField field;
+  std::ranges::replace_if(
+      name, [](wchar_t character) { return JolietForbids.find(character) != std::wstring_view::npos; }, L'_');
   name.resize(field.size() / 2, L' ');
   for (std::size_t i = 0; i < name.size(); ++i) {
     field[2 * i] = static_cast<char>(name[i] >> 8);
