@@ -41,6 +41,8 @@ def prepare(desk, script):
     *(posix_row(f"SIG{name} comes for the run while mkisofs works, which gets it as well",
                 f"printf '#!/bin/sh\nkill -{name} $PPID; exec /bin/sleep 300' > app/mkisofs",
                 "mkisofs failed!", BUILT) for name in ("TERM", "HUP")),
+    posix_row("SIGQUIT comes for the run, not for scramble",
+              "printf '#!/bin/sh\n: > $2; kill -QUIT $PPID' > app/scramble", "scramble failed!", "1ST_READ.BIN"),
     *(posix_row(f"{tool} dies over half of its output, where an older one stands",
                 f"echo old > game/1ST_READ.BIN; echo half > app/{tool}.does", said,
                 left if left == BUILT else f"1ST_READ.BIN {left}") for tool, said, left in FAILURES),
@@ -129,7 +131,7 @@ def test_paths_of_all_kinds(desk, name):
 
 
 ZENITY = """#!/bin/sh
-{ for item; do printf '[%s]' "$item"; done; echo; } >> "$NOTES"
+{ for item; do printf '[%s]' "$item"; done; echo; } >> "$NOTES.$LC_ALL"
 case $* in *--directory*) echo "$FOLDER" ;; *--save*) echo "$IMAGE" ;; esac
 exit $STATUS
 """
@@ -218,10 +220,11 @@ class TestWhoeverStartsIt:
         desk.program = desk.program.rename(desk.app / "<b>&amp")
         (desk.root / "zenity").write_text(ZENITY)
         (desk.root / "zenity").chmod(0o755)
-        notes = desk.root / "notes"
-        environment = {"DISPLAY": ":none", "PATH": f"{desk.root}:/usr/bin:/bin",
-                       "NOTES": notes, "STATUS": zenity_ends, "FOLDER": desk.game, "IMAGE": desk.cdi}
+        notes = desk.root / "notes.C.UTF-8"
+        environment = {"WAYLAND_DISPLAY": "none", "PATH": f"{desk.root}:/usr/bin:/bin", "LC_ALL": "C",
+                       "NOTES": desk.root / "notes", "STATUS": zenity_ends, "FOLDER": desk.game,
+                       "IMAGE": desk.cdi}
         ignore_children = {"preexec_fn": lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN)}
         assert desk.run(*arguments, env=environment, **ignore_children).status == ends
-        assert notes.read_text().replace("<b>&amp", "marrowvan").split("]\n") == [*asked, ""]
+        assert notes.read_bytes().decode().replace("<b>&amp", "marrowvan").split("]\n") == [*asked, ""]
         assert desk.cdi.read_text() == ("older" if ends else "made by cdi4dc")
