@@ -55,10 +55,13 @@ if(HARDENED)
 endif()
 
 # Puts a program into the portable folder. It needs no library of the compiler's. What a debugger needs of it stands
-# in the folder `symbols` of the build.
-function(deliver program)
+# in the folder `symbols` of the build. The description, and ANY_FILE_NAME behind it, are for its resources on Windows.
+function(deliver program description)
   target_link_options(${program} PRIVATE -static-libstdc++ -static-libgcc)
   set_target_properties(${program} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PORTABLE_FOLDER})
+  if(WIN32)
+    add_windows_resources(${program} ${description} ${ARGN})
+  endif()
   if(HARDENED)
     set(symbols ${CMAKE_BINARY_DIR}/symbols/$<TARGET_FILE_NAME:${program}>.debug)
     file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/symbols)

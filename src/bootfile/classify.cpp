@@ -9,8 +9,9 @@
 namespace mMain {
 
 BootFileKind ClassifyBootFile(std::span<const std::byte> file) {
+  using enum BootFileKind;
   const std::string_view bytes(reinterpret_cast<const char*>(file.data()), file.size());
-  if (bytes.starts_with("\177ELF")) return BootFileKind::ElfFile;
+  if (bytes.starts_with("\177ELF")) return ElfFile;
 
   // Each signature begins with 33 blocks of four bytes, one at each of its first 33 bytes, so wherever it
   // stands, one of them lies at a multiple of 33 of the file: nothing else needs a look.
@@ -27,12 +28,10 @@ BootFileKind ClassifyBootFile(std::span<const std::byte> file) {
     for (auto [found, end] = places.equal_range(readBlock(&bytes[at])); found != end; ++found) {
       const std::string_view signature = UnscrambledSignatures[found->second / stride];
       const std::size_t offset = found->second % stride;
-      if (offset <= at && bytes.substr(at - offset).starts_with(signature)) {
-        return BootFileKind::UnscrambledBinary;
-      }
+      if (offset <= at && bytes.substr(at - offset).starts_with(signature)) return UnscrambledBinary;
     }
   }
-  return BootFileKind::ScrambledBinary;
+  return ScrambledBinary;
 }
 
 }  // namespace mMain

@@ -1,5 +1,7 @@
 #include "bootfile/convert.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <span>

@@ -1,6 +1,8 @@
 #include "bootsector/write.h"
 
 #include <array>
+#include <chrono>
+#include <cstddef>
 #include <span>
 #include <string>
 #include <vector>

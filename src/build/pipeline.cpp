@@ -1,5 +1,7 @@
 #include "build/pipeline.h"
 
+#include <cstdint>
+
 #include "bootfile/convert.h"
 #include "bootfile/locate.h"
 #include "bootsector/write.h"

@@ -3,6 +3,8 @@
 #include <array>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 
 #include "errors/runtime_error.h"
 #include "platform/file_errors.h"
@@ -50,7 +52,7 @@ void ReportRuntimeError() {
   const RuntimeError error = GetPendingError();
   for (const KnownError& known : KnownErrors) {
     if (error.Number != known.number) continue;
-    if (error.Description != known.description) return;
+    if (std::wstring_view(error.Description) != known.description) return;
     ShowAndEnd(known.message);
   }
   ShowAndEnd(L"Run-time error: '" + std::to_wstring(error.Number) + L"'\r\n\r\n" + error.Description);

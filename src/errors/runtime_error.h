@@ -5,15 +5,13 @@
 #include <exception>
 #include <utility>
 
-#include "files/text.h"
-
 /// The failure of a primitive operation: a file that cannot be opened or moved, an overflow. It leaves all
 /// open steps at once and reaches the one catch in `Main`.
 struct RuntimeError : std::exception {
-  RuntimeError(std::int32_t number, Text description) : Number(number), Description(std::move(description)) {}
+  RuntimeError(std::int32_t number, const wchar_t* description) : Number(number), Description(description) {}
 
   std::int32_t Number;
-  Text Description;
+  const wchar_t* Description;  ///< lasts as long as the process: telling of a lack of memory takes none
 };
 
 /// The failures that the logic itself raises; the platform layer raises the others.

@@ -1,6 +1,7 @@
 #include "run/main.h"
 
 #include <exception>
+#include <new>
 
 #include "build/pipeline.h"
 #include "errors/report.h"
@@ -23,7 +24,11 @@ int Main() {
     BuildImage(*RunState.SelfbootDir);
     return platform::ExitSuccess;
   } catch (const std::exception&) {
-    mErrHndl::ReportRuntimeError();
+    try {
+      mErrHndl::ReportRuntimeError();
+    } catch (const std::bad_alloc&) {
+      // Not even a message can be made: the exit status has to tell.
+    }
     return platform::ExitFailure;
   }
 }

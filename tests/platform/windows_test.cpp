@@ -93,8 +93,11 @@ TEST(Records, OfTheFolderBrowser) {
   }
 }
 
-TEST_F(Files, KnowABadNameAndAFileByAnotherSpelling) {
+TEST_F(Files, KnowABadNameALockAndAFileByAnotherSpelling) {
   EXPECT_EQ(EndOf([] { Open(L"a|b?"); }), 52);
+  const HANDLE lock = ::CreateFileA("locked", GENERIC_READ, 0, nullptr, CREATE_NEW, 0, nullptr);
+  EXPECT_EQ(EndOf([] { Open(L"locked"); }), 70);
+  ::CloseHandle(lock);
   std::ofstream("IP.BIN") << "x";
   EXPECT_EQ(EndOf([] { Move(L"IP.BIN", L"ip.bin"); }), 58) << "onto itself";
 }

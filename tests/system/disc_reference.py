@@ -2,8 +2,6 @@
 
 from collections import namedtuple
 from functools import cache, reduce
-from operator import itemgetter
-from os.path import commonprefix
 from struct import pack
 
 DataStart = 11702  # the data track's address on the disc
@@ -31,11 +29,7 @@ def scramble(plain):
     return b"".join(slices) + plain[32 * len(slices) :]
 
 
-def _edc_step(edc, _):
-    return edc >> 1 ^ (0xD8018001 if edc & 1 else 0)
-
-
-_EdcTable = [reduce(_edc_step, range(8), byte) for byte in range(256)]
+_EdcTable = [reduce(lambda edc, _: edc >> 1 ^ edc % 2 * 0xD8018001, range(8), byte) for byte in range(256)]
 _Sync = b"\0" + b"\xff" * 10 + b"\0"
 _TimesX = bytes((byte << 1 ^ (0x11D if byte > 127 else 0)) for byte in range(256))
 _OverXPlus1 = bytes(sorted(range(256), key=lambda byte: byte ^ _TimesX[byte]))
@@ -73,7 +67,7 @@ def make_sector(user_data, subheader=b"\0\0\x08\0", header=bytes(4)):
     else:
         parts = {"user data": user_data, "EDC": _edc(_Sync + header + user_data), "zero": bytes(8)}
     parts["P parity"] = _parity(header + b"".join(parts.values()), 86)
-    parts["Q parity"] = _parity(bytes(itemgetter(*_QOrder)(header + b"".join(parts.values()))), 52)
+    parts["Q parity"] = _parity(bytes(map((header + b"".join(parts.values())).__getitem__, _QOrder)), 52)
     return parts
 
 
@@ -133,19 +127,15 @@ Image = namedtuple("Image", "iso name volume sectors")
 
 
 def read_image(path):
-    """Reads an image as cdi4dc has to write it. A ValueError names the first byte that is another."""
+    """Reads an image as cdi4dc has to write it. An AssertionError names the first part that is another."""
     image = path.read_bytes()
     sectors = (len(image) - int.from_bytes(image[-4:], "little") - DataOffset) // 2336
     iso = b"".join(image[at : at + 2048] for at in range(DataOffset + 8, DataOffset + 2336 * sectors, 2336))
     volume, at = iso[32808:32840], 0
     for what, right in lay_out([[Silence], [make_track(iso)]], path.name.encode(), volume).items():
-        found = image[at : at + len(right)]
-        if found != right:
-            i = len(commonprefix([found, right]))
-            raise ValueError(f"{path.name}: {what}: byte {i} is {found[i : i + 1].hex()}, not {right[i]:02x}")
+        assert image[at : at + len(right)] == right, f"{path.name}: {what}"
         at += len(right)
-    if at != len(image):
-        raise ValueError(f"{path.name}: {len(image) - at} bytes too many")
+    assert at == len(image), f"{path.name}: {len(image) - at} bytes too many"
     return Image(iso, path.name, volume.decode(errors="surrogateescape").rstrip(), sectors)
 
 
@@ -169,10 +159,7 @@ def make_record(name, address, file_size=None):
 
 
 def make_iso(files, start=DataStart, files_at=None):
-    """A volume of these files, by their names, and of a folder SUB with DATA.TXT of one byte.
-
-    `files_at`: where such files lie already, and SUB before them: the volume refers to these.
-    """
+    """A volume of these files and of SUB/DATA.TXT; `files_at`: where such files lie already, behind SUB."""
     first = files_at or start + 20
     root, sub, data = start + 18, first - 1, b""
     records = make_record(b"\0", root) + make_record(b"\1", root) + make_record(b"SUB", sub)
@@ -200,23 +187,20 @@ def small_images():
     def image(*last, first=(_audio(0),), behind=(), **how):
         return b"".join(lay_out([first, last, *behind], b"small.cdi", b"TEST", **how).values())
 
-    found = {}
-    for version in Versions:
-        several = [_audio(0), _audio(1)]
-        found[f"version-{version}"] = image(data(), _audio(DataStart + 21), first=several, version=version)
-    for version in ("2", "3.5"):
-        found[f"version-{version}-short-headers"] = image(data(), version=version, short_headers=True)
-    for size in (2336, 2352, 2368, 2448):
-        found[f"sectors-of-{size}"] = image(data(size))
-    for size in (2048, 2352):
-        found[f"mode-1-of-{size}"] = image(data(size, mode=1))
     forms = {20: b"\1\0\x09\0", 21: b"\0\0\x20\0", 22: b"\0\0\x28\0"}
     of_forms = make_track(make_iso(files | {b"LAST.BIN;1": b"\7" * 4096}), subheaders=forms, pregap=0)
-    found["both-forms"] = image(of_forms._replace(parts=of_forms.parts | {"sector 22: EDC": bytes(4)}))
-    found["pregap-of-3"] = image(data()._replace(pregap=3))
-    found["cd-text"] = image(data()._replace(index_lengths=4, texts=2), cd_text=b"Text" * 9)
-    found["open-disc"] = image(data(), behind=[[]])
+    of_forms = of_forms._replace(parts=of_forms.parts | {"sector 22: EDC": bytes(4)})
     boot_session = make_track(make_iso(files, files_at=20), 2048, pregap=0)
-    found["data-on-both-sessions"] = image(boot_session, first=[data(2336, start=0)])
-    found["audio-track-first"] = image(_audio(DataStart), data(start=DataStart + 1))
-    return found
+    both, last = [_audio(0), _audio(1)], _audio(DataStart + 21)
+    versions = {f"version-{v}": image(data(), last, first=both, version=v) for v in Versions}
+    short = {f"version-{v}-short-headers": image(data(), version=v, short_headers=True) for v in ("2", "3.5")}
+    sizes = {f"sectors-of-{size}": image(data(size)) for size in (2336, 2352, 2368, 2448)}
+    modes = {f"mode-1-of-{size}": image(data(size, mode=1)) for size in (2048, 2352)}
+    return versions | short | sizes | modes | {
+        "both-forms": image(of_forms),
+        "pregap-of-3": image(data()._replace(pregap=3)),
+        "cd-text": image(data()._replace(index_lengths=4, texts=2), cd_text=b"Text" * 9),
+        "open-disc": image(data(), behind=[[]]),
+        "data-on-both-sessions": image(boot_session, first=[data(2336, start=0)]),
+        "audio-track-first": image(_audio(DataStart), data(start=DataStart + 1)),
+    }

@@ -3,7 +3,6 @@
 //   nothing    ends at once                    half       writes half its output, then dies of a signal
 //   exit1      ends with an exit status of 1   old        dates its output back by a day
 //   speak      says so on both outputs         interrupt  as from the keyboard: its starter and itself
-//   bridge     leaves the work to whoever takes the file "request" away
 
 #ifdef _WIN32
 #include <windows.h>
@@ -17,7 +16,6 @@
 #include <fstream>
 #include <iostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -30,15 +28,6 @@ std::string CommandLine([[maybe_unused]] const std::vector<std::string>& items) 
   for (const std::string& item : items) line += "[" + item + "]";
   return line;
 #endif
-}
-
-void LeaveToTheBridge(const std::filesystem::path& folder, const std::vector<std::string>& items) {
-  std::ofstream request(folder / "request.part", std::ios::binary);
-  for (const std::string& item : items) request << item << "\n";
-  request.close();
-  std::filesystem::rename(folder / "request.part", folder / "request");
-  while (std::filesystem::exists(folder / "request"))
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
 }
 
 }  // namespace
@@ -54,7 +43,6 @@ int main(int argc, char** argv) {
   std::string does;
   std::ifstream(folder / (tool + ".does")) >> does;
   if (does == "nothing") return 0;
-  if (does == "bridge") return LeaveToTheBridge(folder, items), 0;
   if (does == "speak") std::cout << tool << " speaks" << std::endl;
   if (does == "speak") std::cerr << tool << " complains" << std::endl;
 

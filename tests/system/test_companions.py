@@ -36,7 +36,8 @@ def test_scrambles_and_back(build, folder, size):
     assert (folder / "scrambled").stat().st_mode == (folder / "plain").stat().st_mode
 
 
-@pytest.mark.parametrize("name", ["output", "--cdi", pytest.param("n" * 255, marks=posix_only)], ids=len)
+@pytest.mark.parametrize("name", ["output", "--cdi", "\u65E5\u672C.cdi",
+                                  pytest.param("n" * 255, marks=posix_only)], ids=len)
 def test_makes_the_image(build, folder, name):
     assert build.run("cdi4dc", "good", name, cwd=folder) == (0, "")
     image = (folder / name).read_bytes()

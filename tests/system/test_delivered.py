@@ -1,4 +1,4 @@
-"""The programs as they are delivered: hardened, stripped, and of use on a host that lacks what sanitizers need."""
+"""The programs as they are delivered: hardened, stripped, and known to their host."""
 
 import os
 import re
@@ -8,6 +8,10 @@ from pathlib import Path
 import pytest
 
 
+posix_only = pytest.mark.posix_only
+
+
+@posix_only
 @pytest.mark.parametrize("program", ["marrowvan", "scramble", "cdi4dc", "cdicheck"])
 def test_what_is_delivered_is_hardened_and_stripped(build, program):
     found = subprocess.check_output(["readelf", "-SWld", "--dyn-syms", build.program(program)], text=True)
@@ -19,7 +23,21 @@ def test_what_is_delivered_is_hardened_and_stripped(build, program):
     assert b"-fcf-protection" in symbols or os.uname().machine != "x86_64"
 
 
+@posix_only
 def test_a_host_without_proc_is_told_of(desk):
     without_proc = ["--dev-bind", "/", "/", "--tmpfs", "/proc", desk.program, "--dir", "x"]
     ended = desk.build.run(Path("/usr/bin/bwrap"), *without_proc)
     assert ended == (1, "Run-time error: '57'\n\nDevice I/O error\n")
+
+
+@pytest.mark.windows_only
+def test_windows_is_told_of_each_program_and_which_windows_it_runs_on(build):
+    for program in build.bin.glob("*.exe"):
+        if program.stem != "sh-elf-objcopy":  # which is not ours
+            header = subprocess.check_output(["objdump", "-ph", program], text=True)
+            assert re.search(r"MajorSubsystemVersion\s6\n", header) and " .debug_" not in header
+            content = program.read_bytes()
+            assert f"OriginalFilename\0{program.name}\0".encode("utf-16-le") in content
+            # Without the number of Windows 10, the system poses as an older one.
+            assert b"8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a" in content
+            assert (b">UTF-8<" in content) == (program.stem != "marrowvan")

@@ -21,6 +21,7 @@ def press(*keys):
 
 
 def type_in(text):
+    time.sleep(1)  # a dialog that has the keys, and the line for a path that "/" opens, lose the first ones
     xdotool("type", "--clearmodifiers", "--delay", "20", text)
 
 
@@ -82,7 +83,8 @@ def choose_folder(desk):
         press("shift+Tab", "Home", "Down", "Down", "Down", "Right", "Down", "Right")
         type_in("zz")
     else:
-        type_in(str(desk.game))
+        type_in("/")
+        type_in(str(desk.game)[1:])
     press_return_until(lambda: not windows(title))
 
 

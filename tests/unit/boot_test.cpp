@@ -1,7 +1,6 @@
 #include <algorithm>
 
 #include "bootfile/classify.h"
-#include "bootfile/locate.h"
 #include "bootsector/write.h"
 #include "fake_platform.h"
 
@@ -49,23 +48,6 @@ TEST(ClassifyBootFile, FindsTheElfMagicAtTheStartAndWholeSignaturesAnywhere) {
 
 static const Text IpBin = L"C:\\dc\\IP.BIN";
 static const Text Template = L"C:\\tools\\IP.TMPL";
-
-/// The boot file in a folder of these files and of a boot sector that has a name; empty if the process ends.
-static Text Located(const std::vector<Text>& names) {
-  fake::Reset();
-  host.files[IpBin] = {std::string(96, 'i') + "  GaMe.bin      +"};
-  for (const Text& name : names) host.files[L"C:\\dc\\" + name] = {"x"};
-  RunState.SelfbootDir = L"C:\\dc";
-  EndOf(LocateBootFile);
-  return RunState.BootFile.value_or(L"");
-}
-
-TEST(LocateBootFile, AsksItsThreeSources) {
-  EXPECT_EQ(Located({L"GaMe.bin", L"1ST_READ.BIN", L"demo.elf"}), L"C:\\dc\\demo.elf");
-  EXPECT_EQ(Located({L"GaMe.bin", L"1ST_READ.BIN"}), L"C:\\dc\\1ST_READ.BIN");
-  EXPECT_EQ(Located({L"GaMe.bin"}), L"C:\\dc\\GaMe.bin");
-  EXPECT_EQ(Located({L"other.bin"}), L"");
-}
 
 /// The boot sector as a run leaves it that found these files.
 static std::string Written(const Text& bootFile, const std::map<Text, fake::File>& files,

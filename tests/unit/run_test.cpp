@@ -7,6 +7,7 @@
 #include "errors/report.h"
 #include "fake_platform.h"
 #include "files/paths.h"
+#include "platform/file_errors.h"
 #include "run/command_line.h"
 #include "run/main.h"
 
@@ -39,13 +40,12 @@ TEST(GetOption, AnswersByTheGrammarOfTheLine) {
 }
 
 TEST(GetOption, PositionsAreSigned16BitNumbers) {
-  const auto filler = [](std::size_t length) { return Text(length, L'x'); };
   // The first position behind the name is 32767, then 32768.
-  EXPECT_EQ(Options(filler(32761) + L"--dir y"), L"--dir=y;");
-  EXPECT_EQ(EndOf([&] { Options(filler(32762) + L"--dir y"); }), 6);
+  EXPECT_EQ(Options(Text(32761, L'x') + L"--dir y"), L"--dir=y;");
+  EXPECT_EQ(EndOf([] { Options(Text(32762, L'x') + L"--dir y"); }), 6);
   // The two dashes that end the value stand at 32767, then at 32768.
-  EXPECT_EQ(Options(L"--dir " + filler(32759) + L" --x"), L"--dir=" + filler(32759) + L";");
-  EXPECT_EQ(EndOf([&] { Options(L"--dir " + filler(32760) + L" --x"); }), 6);
+  EXPECT_EQ(Options(L"--dir " + Text(32759, L'x') + L" --x"), L"--dir=" + Text(32759, L'x') + L";");
+  EXPECT_EQ(EndOf([] { Options(L"--dir " + Text(32760, L'x') + L" --x"); }), 6);
 }
 
 TEST(Paths, NameExtensionAndBaseName) {
@@ -101,6 +101,7 @@ static Text Report(const auto& failure) {
 TEST(ReportRuntimeError, KnownErrorsNeedTheirDescriptionToTheLetter) {
   EXPECT_EQ(Report(RuntimeError(6, L"Overflow")), L"0 Integer overflow.");
   EXPECT_EQ(Report(RuntimeError(6, L"overflow")), L"");
+  EXPECT_EQ(Report(platform::PermissionDenied), L"0 File locked by another application");
   EXPECT_EQ(Report(RuntimeError(53, L"File not found: zlib.dll")), L"0 Please install zlib and try again.");
   EXPECT_EQ(Report(std::bad_alloc()), L"0 Run-time error: '7'\r\n\r\nOut of memory");
   EXPECT_EQ(Report(std::length_error("")), L"0 Run-time error: '7'\r\n\r\nOut of memory");

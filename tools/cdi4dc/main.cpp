@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <iostream>
 #include <limits>
-#include <mutex>
 #include <span>
 #include <string>
 #include <vector>
@@ -14,6 +13,7 @@
 #include "cdi/sector.h"
 #include "common/files.h"
 #include "common/program.h"
+#include "common/progress.h"
 #include "common/threads.h"
 #include "disc/bytes.h"
 #include "disc/iso9660.h"
@@ -24,35 +24,6 @@ namespace volume_descriptor = disc::iso9660::volume_descriptor;
 
 /// What one thread works on at a time: little enough to stay in its cache.
 constexpr std::uint32_t SectorsAtOnce = 64;
-
-/// A line on the terminal, if there is one. Several threads report to it.
-class Progress {
- public:
-  explicit Progress(std::uint64_t total) : total_(total), shown_(tools::StandardErrorIsTerminal()) {}
-
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-  ~Progress() {
-    if (percent_ >= 0 && done_ < total_) std::cerr << '\n';  // the reason for it stands on a line of its own
-  }
-
-  void Add(std::uint64_t done) {
-    if (!shown_) return;
-    const std::lock_guard lock(mutex_);
-    done_ += done;
-    const auto percent = static_cast<int>(done_ * 100 / total_);
-    if (percent == percent_) return;
-    percent_ = percent;
-    std::cerr << "\rcdi4dc: " << percent << " %" << (done_ == total_ ? "\n" : "") << std::flush;
-  }
-
- private:
-  std::uint64_t total_;
-  bool shown_;
-  std::mutex mutex_;
-  std::uint64_t done_ = 0;
-  int percent_ = -1;
-};
 
 /// The number of sectors of an image, which must be whole sectors and enough of them for a volume descriptor.
 std::uint32_t SectorCount(const tools::InputFile& iso) {
@@ -98,7 +69,7 @@ std::string FileName(const std::string& path) {
 
 /// Encodes batches of sectors, each the next that no other thread has taken, until none is left.
 void EncodeBatches(const tools::InputFile& iso, tools::OutputFile& image, std::uint32_t sectors,
-                   std::atomic<std::uint32_t>& nextSector, Progress& progress) {
+                   std::atomic<std::uint32_t>& nextSector, tools::Progress& progress) {
   std::vector<std::byte> userData(SectorsAtOnce * cdi::UserDataSize);
   std::vector<std::byte> stored(SectorsAtOnce * cdi::StoredSectorSize);
   for (;;) {
@@ -134,7 +105,7 @@ void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
   image.Reserve(descriptorOffset + descriptor.size());
   image.WriteAt(descriptorOffset, descriptor);
 
-  Progress progress(sectors);
+  tools::Progress progress(sectors);
   std::atomic<std::uint32_t> nextSector = 0;
   tools::OnTwoThreads([&] { EncodeBatches(iso, image, sectors, nextSector, progress); });
   image.Commit();

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "common/files.h"
+#include "common/last_error.h"
 
 namespace tools {
 
@@ -17,15 +18,8 @@ namespace {
 
 constexpr std::size_t LargestTransfer = 1 << 30;
 
-/// The system's own words for the calling thread's last error.
 [[noreturn]] void Fail(const std::string& path) {
-  std::string reason(512, '\0');
-  const DWORD length =
-      ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, ::GetLastError(),
-                       0, reason.data(), static_cast<DWORD>(reason.size()), nullptr);
-  reason.resize(length);
-  reason.resize(reason.find_last_not_of("\r\n .") + 1);
-  throw FileError(path, reason);
+  throw FileError(path, LastErrorText());
 }
 
 HANDLE HandleOf(const FileHandle& file) {
@@ -58,6 +52,16 @@ bool IsFolder(const std::string& path) {
 }
 
 }  // namespace
+
+std::string LastErrorText() {
+  std::string reason(512, '\0');
+  const DWORD length =
+      ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, ::GetLastError(),
+                       0, reason.data(), static_cast<DWORD>(reason.size()), nullptr);
+  reason.resize(length);
+  reason.resize(reason.find_last_not_of("\r\n .") + 1);
+  return reason;
+}
 
 bool FileHandle::Close() {
   const auto handle = reinterpret_cast<HANDLE>(std::exchange(value_, -1));

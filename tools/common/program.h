@@ -14,19 +14,26 @@
 
 namespace tools {
 
+/// Where the first file name stands among `arguments`: behind the options and their values.
+inline auto FindFirstFile(const CLI::App& app, const std::vector<std::string>& arguments) {
+  auto place = arguments.begin();
+  while (place != arguments.end() && place->starts_with('-') && *place != "--") {
+    const CLI::Option* option = app.get_option_no_throw(*place++);
+    const bool hasValue = option != nullptr && option->get_items_expected_max() > 0;
+    if (hasValue && place != arguments.end()) ++place;
+  }
+  return place;
+}
+
 /// Reads the arguments that `app` declares and does `work`. Gives the exit status: 0, or that of a failure
 /// with the reason on standard error.
-inline int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& work) {
+inline int RunProgram(CLI::App& app, std::vector<std::string> arguments, const std::function<void()>& work) {
   app.name(Self.name);
   app.set_version_flag("--version", app.get_name() + " " + ProductVersion);
   app.allow_windows_style_options(false);
   // Options stand in front: what follows the first file name is a file name, whatever it begins with.
-  std::vector<std::string> arguments(argv + 1, argv + argc);
-  const auto firstFile =
-      std::ranges::find_if(arguments, [](const auto& text) { return !text.starts_with('-'); });
-  if (firstFile != arguments.end() && std::find(arguments.begin(), firstFile, "--") == firstFile) {
-    arguments.insert(firstFile, "--");
-  }
+  const auto firstFile = FindFirstFile(app, arguments);
+  if (firstFile != arguments.end() && *firstFile != "--") arguments.insert(firstFile, "--");
   std::ranges::reverse(arguments);  // the order in which the parser takes them
   try {
     app.parse(arguments);
@@ -40,6 +47,10 @@ inline int RunProgram(CLI::App& app, int argc, char** argv, const std::function<
   } catch (const std::exception& error) {
     return Failure(error.what());
   }
+}
+
+inline int RunProgram(CLI::App& app, int argc, char** argv, const std::function<void()>& work) {
+  return RunProgram(app, std::vector<std::string>(argv + 1, argv + argc), work);
 }
 
 }  // namespace tools

@@ -7,8 +7,6 @@
 namespace platform::posix {
 namespace {
 
-constexpr std::array<int, 4> Signals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
-
 volatile std::sig_atomic_t cutOff = 0;
 volatile std::sig_atomic_t runningTool = 0;  // 0: none
 volatile std::sig_atomic_t passedOn = 0;     // the last signal that is for the tool as well; 0: none
@@ -28,15 +26,15 @@ void Note(int signal) {
 SignalsNoted::SignalsNoted() {
   struct sigaction note {};
   note.sa_handler = Note;
-  for (std::size_t i = 0; i < Signals.size(); ++i) {
+  for (std::size_t i = 0; i < NotedSignals.size(); ++i) {
     // Whoever started the run with the signal ignored wants neither the run nor the tool to notice it.
-    ::sigaction(Signals[i], nullptr, &old_[i]);
-    if (old_[i].sa_handler != SIG_IGN) ::sigaction(Signals[i], &note, nullptr);
+    ::sigaction(NotedSignals[i], nullptr, &old_[i]);
+    if (old_[i].sa_handler != SIG_IGN) ::sigaction(NotedSignals[i], &note, nullptr);
   }
 }
 
 SignalsNoted::~SignalsNoted() {
-  for (std::size_t i = 0; i < Signals.size(); ++i) ::sigaction(Signals[i], &old_[i], nullptr);
+  for (std::size_t i = 0; i < NotedSignals.size(); ++i) ::sigaction(NotedSignals[i], &old_[i], nullptr);
 }
 
 void WaitForTool(pid_t tool) {

@@ -7,8 +7,10 @@
 
 namespace platform::posix {
 
+inline constexpr std::array NotedSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+
 /// While it lives, a signal that asks for the end is noted and not obeyed, so that IP.BIN gets back into its
-/// place: SIGINT, SIGQUIT, SIGTERM and SIGHUP, but for one that was ignored before. It counts as cutting the
+/// place; one that was ignored before stays so. It counts as cutting the
 /// tool off.
 class SignalsNoted {
  public:
@@ -18,7 +20,7 @@ class SignalsNoted {
   ~SignalsNoted();
 
  private:
-  std::array<struct sigaction, 4> old_{};
+  std::array<struct sigaction, NotedSignals.size()> old_{};
 };
 
 /// Waits for the end of `tool` and passes SIGTERM and SIGHUP on to it, which may not have got them. One that

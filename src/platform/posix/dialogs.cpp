@@ -68,8 +68,10 @@ std::optional<std::string> Zenity(std::vector<std::string> options) {
 
   std::string printed;
   std::array<char, 4096> buffer{};
-  for (ssize_t count = 0; (count = ::read(readEnd.Number(), buffer.data(), buffer.size())) > 0;) {
-    printed.append(buffer.data(), static_cast<std::size_t>(count));
+  for (ssize_t count = 1; count != 0;) {
+    count = ::read(readEnd.Number(), buffer.data(), buffer.size());
+    if (count < 0 && errno != EINTR) return std::nullopt;
+    if (count > 0) printed.append(buffer.data(), static_cast<std::size_t>(count));
   }
   if (!zenity || !posix::WaitForSuccess(*zenity)) return std::nullopt;
   return printed;
@@ -102,7 +104,8 @@ void ShowMessage(const Text& text, int style) {
       options.emplace_back("--icon-name=");  // or it would show one
     }
     if (Zenity(options)) return;
-    // Without zenity, or if it could not show the box, the message still has to be told.
+    // Without zenity, or if it could not show the box, the message still has to be told. A box that was
+    // closed with Escape ends zenity alike: better told twice than not at all.
   }
   Print(message.ends_with('\n') ? message : message + "\n");
   if (!HasTerminal()) return;

@@ -2,10 +2,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdlib>
 #include <ctime>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -21,7 +24,7 @@
 namespace platform {
 namespace {
 
-std::string commandLine;
+std::span<const char* const> keptArguments;
 
 std::string ExecutablePath() {
   std::array<char, 4096> path{};
@@ -56,16 +59,17 @@ bool HavePrivateFolder(const std::string& path) {
 
 }  // namespace
 
-void posix::KeepCommandLine(int count, const char* const* arguments) {
-  commandLine.clear();
-  for (int i = 1; i < count; ++i) {
-    if (i > 1) commandLine += ' ';
-    commandLine += arguments[i];
-  }
+void posix::KeepArguments(int count, const char* const* arguments) {
+  keptArguments = {arguments, static_cast<std::size_t>(count)};
 }
 
 Text RawCommandLine() {
-  return posix::Widen(commandLine);
+  std::string line;
+  for (const char* argument : keptArguments.subspan(std::min<std::size_t>(1, keptArguments.size()))) {
+    if (!line.empty()) line += ' ';
+    line += argument;
+  }
+  return posix::Widen(line);
 }
 
 Text AppDir() {
@@ -110,7 +114,8 @@ void StartAndWait(const Text& commandLine, int showStyle) {
 std::int32_t TickCount() {
   timespec time{};
   ::clock_gettime(CLOCK_BOOTTIME, &time);
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(time.tv_sec * 1000 + time.tv_nsec / 1'000'000));
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(time.tv_sec) * 1000 +
+                                   static_cast<std::uint32_t>(time.tv_nsec / 1'000'000));
 }
 
 }  // namespace platform

@@ -3,6 +3,6 @@
 namespace platform::posix {
 
 /// Keeps what `main` was given, its own name included, for `RawCommandLine`.
-void KeepCommandLine(int count, const char* const* arguments);
+void KeepArguments(int count, const char* const* arguments);
 
 }  // namespace platform::posix

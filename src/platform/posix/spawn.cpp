@@ -45,6 +45,15 @@ std::string TakeArgument(const std::string& line, std::size_t& at) {
   return argument;
 }
 
+struct FileActions {
+  FileActions() { posix_spawn_file_actions_init(&list); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+  ~FileActions() { posix_spawn_file_actions_destroy(&list); }
+
+  posix_spawn_file_actions_t list{};
+};
+
 }  // namespace
 
 std::vector<std::string> SplitCommandLine(const std::string& line) {
@@ -62,14 +71,12 @@ std::optional<pid_t> Spawn(const std::string& program, const std::vector<std::st
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
 
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  if (output >= 0) posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-  if (error >= 0) posix_spawn_file_actions_adddup2(&actions, error, STDERR_FILENO);
+  FileActions actions;
+  if (output >= 0) posix_spawn_file_actions_adddup2(&actions.list, output, STDOUT_FILENO);
+  if (error >= 0) posix_spawn_file_actions_adddup2(&actions.list, error, STDERR_FILENO);
 
   pid_t process = 0;
-  const int failure = posix_spawnp(&process, program.c_str(), &actions, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&actions);
+  const int failure = posix_spawnp(&process, program.c_str(), &actions.list, nullptr, argv.data(), environ);
   if (failure != 0) return std::nullopt;
   return process;
 }

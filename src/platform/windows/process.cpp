@@ -1,7 +1,10 @@
 #include <windows.h>
 
 #include <array>
+#include <string>
+#include <string_view>
 
+#include "platform/file_errors.h"
 #include "platform/platform.h"
 #include "platform/windows/encoding.h"
 
@@ -13,6 +16,7 @@ static_assert(sizeof(STARTUPINFOA) == 68);
 Text ExecutablePath() {
   std::array<char, MAX_PATH> path{};
   const DWORD length = ::GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  if (length == 0 || length == path.size()) throw DeviceError;  // a path that is cut off names another folder
   return windows::FromAnsi({path.data(), length});
 }
 
