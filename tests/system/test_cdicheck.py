@@ -52,6 +52,7 @@ FirstTracks = {f"{kind} of {size}": make_track(bytes(3 * 2048), size, start=0, *
 Layouts, Corpus = small_images(), sorted(Path(__file__).parents[2].glob("fuzz/corpus/*.cdi"))
 NoTrack, OtherForm = Silence._replace(parts={}, pregap=0), 2 * b"\0\0\x28\0"
 Many = image(track=make_track(make_iso(Files | {b"MANY.BIN;1": bytes(100 * 2048)})))
+WithZeros = make_track(make_iso(Files | {b"LAST.BIN;1": bytes(2048)}))
 Good, NoProgram, WrongSector = "No problems found.", "does not look like a program", "1 sector has"
 DamagedFolder, NoImage = "a folder of the volume is damaged", "cdicheck: a.cdi: no DiscJuggler image: "
 NotGood = {
@@ -67,6 +68,7 @@ ROWS = [
       for what in lay_out([[track]], b"", b"") if "sector 2:" in what and "subchannel" not in what),
     (WrongSector, image(("sector 21: header", 3, b"\1"), track=make_track(make_iso(Files), 2352))),
     (WrongSector, image(("sector 21: subheader", 0, OtherForm))),
+    (WrongSector, image(("sector 21: subheader", 0, OtherForm), track=WithZeros)),
     (WrongSector, image(("sector 21: subheader", 0, OtherForm), ("sector 21: user data", 9, b"!"))),
     ("100 sectors have", patch(Many, DataOffset + 22 * 2336, b"\xff" * 233600)),
     (Good, disc(start=360000 - 22)),
