@@ -106,6 +106,7 @@ ROWS = [
     ("too short for the tracks", Whole[: End - 2336] + Whole[End:]),
     ("length is not that of its parts", Whole.replace(pack("<II", 150, 302), pack("<II", 150, 301))
      .replace(pack("<II", 150, 22), pack("<II", 150, 21))),
+    ("length is not that of its parts", image(("fields", 65, pack("<I", 171)))),
     ("last session has no data track", image(last=[[NoTrack] * 97])),
     ("last session has no data track", image(last=[[NoTrack], []])),
     ("warning: The disc has 360001 sectors, but", disc(start=360001 - 22)),

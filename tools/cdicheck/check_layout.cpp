@@ -19,7 +19,9 @@ void CheckLayout(Report& report) {
   std::int64_t end = 0;
   for (const cdi::Track& track : image.tracks) {
     if (track.sectorSize == 0) Add(report, problems::UnknownSectorSize);
-    if (track.pregap + track.length != track.total) Add(report, problems::WrongLength);
+    if (track.pregap + track.length != track.total || track.total != track.totalAgain) {
+      Add(report, problems::WrongLength);
+    }
     end = std::max(end, track.lba + static_cast<std::int64_t>(track.length));
   }
   if (end > cdi::DiscCapacity) {
