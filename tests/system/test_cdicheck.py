@@ -84,6 +84,7 @@ ROWS = [
     ("names 1st_READ.BIN, but no such file", disc(change=(96, b"1st"))),
     ("lies in a folder (SUB/DATA.TXT)", disc(change=(96, b"DATA.TXT    "))),
     ('without the version ";1"', disc({b"1ST_READ.BIN": Files[BootFile]})),
+    ('without the version ";1"', disc({b"1ST_READ.BIN;2": Files[BootFile]})),
     (NoProgram, disc({BootFile: bytes(0xFF0000)})),
     ("16711681 bytes, but the console has room for 16711680", disc({BootFile: bytes(0xFF0001)})),
     ("is empty", disc({BootFile: b""})),

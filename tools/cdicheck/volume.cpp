@@ -49,7 +49,7 @@ Record ReadRecord(std::span<const std::byte> record) {
   return {.lba = disc::ReadNumber(record, FirstSector),
           .size = disc::ReadNumber(record, Size),
           .isFolder = (disc::ReadNumber(record, Flags) & FolderFlag) != 0,
-          .hasVersion = version != std::string::npos,
+          .hasVersion = name.ends_with(";1"),
           .name = name.substr(0, version)};
 }
 

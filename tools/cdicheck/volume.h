@@ -12,7 +12,7 @@ struct FileEntry {
   std::string path;  ///< from the root, without a slash in front and without a version
   std::uint32_t lba;
   std::uint32_t size;
-  bool hasVersion;  ///< recorded with ";1" or the like
+  bool hasVersion;  ///< recorded with ";1"
 };
 
 /// An ISO 9660 volume (ECMA-119).
