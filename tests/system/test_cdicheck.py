@@ -88,7 +88,7 @@ ROWS = [
     (NoProgram, disc({BootFile: bytes(0xFF0000)})),
     ("16711681 bytes, but the console has room for 16711680", disc({BootFile: bytes(0xFF0001)})),
     ("is empty", disc({BootFile: b""})),
-    ("lies outside the data track", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
+    ("lies outside the data tracks", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
     ("lies outside the data track", disc(change=(Root + 104 + 2, pack("<I", 20)))),  # an audio track's
     ("is not scrambled", disc({BootFile: make_program()})),
     ("ELF file", disc({BootFile: b"\x7fELF"})),
@@ -108,6 +108,7 @@ ROWS = [
     ("length is not that of its parts", Whole.replace(pack("<II", 150, 302), pack("<II", 150, 301))
      .replace(pack("<II", 150, 22), pack("<II", 150, 21))),
     ("length is not that of its parts", image(("fields", 65, pack("<I", 171)))),
+    ("unknown size", image(("fields", 56, b"\5"))),
     ("last session has no data track", image(last=[[NoTrack] * 97])),
     ("last session has no data track", image(last=[[NoTrack], []])),
     ("warning: The disc has 360001 sectors, but", disc(start=360001 - 22)),

@@ -10,10 +10,11 @@ namespace cdicheck {
 
 void CheckLayout(Report& report) {
   const cdi::Image& image = *report.image;
+  const bool sizesAreKnown = std::ranges::all_of(image.tracks, &cdi::Track::sectorSize);
   if (image.tracksEnd > image.descriptorOffset) {
     Add(report, problems::TracksMissing,
         {std::to_string(image.tracksEnd), std::to_string(image.descriptorOffset)});
-  } else if (image.tracksEnd < image.descriptorOffset) {
+  } else if (sizesAreKnown && image.tracksEnd < image.descriptorOffset) {
     Add(report, problems::BytesOfNoTrack, {std::to_string(image.descriptorOffset - image.tracksEnd)});
   }
   std::int64_t end = 0;

@@ -91,7 +91,7 @@ inline constexpr Sentence BootFileTooLarge = Error(
 inline constexpr Sentence BootFileEmpty =
     Error("The boot file is empty. Was it a link in the folder? Put the file itself there.");
 inline constexpr Sentence BootFileOutside =
-    Error("The boot file lies outside the data track in part. Make the image again.");
+    Error("The boot file lies outside the data tracks in part. Make the image again.");
 inline constexpr Sentence ElfFile = Error(
     "The boot file is an ELF file, but the console needs its raw binary, scrambled. "
     "Give it a name that ends in .elf and have the image made again.");
