@@ -93,6 +93,8 @@ ROWS = [
     ("is not scrambled", disc({BootFile: make_program()})),
     ("ELF file", disc({BootFile: b"\x7fELF"})),
     (NoProgram, disc({BootFile: scramble(make_program(12))})),
+    ("warning: The folder SUB/ cannot be read (a folder of the volume is damaged)", with_folder(b"\1")),
+    ("warning: The folder SUB/ cannot be read (sector 7 lies", disc(change=(Root + 68 + 2, b"\7\0"))),
     (DamagedFolder, disc(change=(Root, pack("B33x", 34) * 59 + b"\x2b"))),  # beyond the sector's end
     ("no such file", disc(change=(Root, pack("B41x", 42) + pack("B33x", 34) * 59))),  # up to it
     (DamagedFolder, disc(change=(Root + 68 + 32, b"\4"))),  # a longer name than the record has room for

@@ -45,6 +45,9 @@ std::optional<std::int64_t> FindBootSector(Report& report) {
 void CheckVolume(std::int64_t start, Report& report) {
   try {
     report.volume = ReadVolume(*report.image, start);
+    if (const auto& folder = report.volume->unreadable) {
+      Add(report, problems::FolderUnreadable, {folder->path, folder->reason});
+    }
   } catch (const cdi::OutsideTracks& error) {
     Add(report, problems::VolumeElsewhere, {error.what(), std::to_string(start)});
   } catch (const cdi::FormatError& error) {

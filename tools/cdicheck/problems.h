@@ -75,6 +75,8 @@ inline constexpr Sentence VolumeElsewhere = Error(
     "The files cannot be read ({}). Make the image again; "
     "an ISO image that is made by hand must be made for the address of its track (mkisofs -C 0,{}).");
 inline constexpr Sentence VolumeUnreadable = Error("The files cannot be read: {}. Make the image again.");
+inline constexpr Sentence FolderUnreadable =
+    Warning("The folder {} cannot be read ({}), so the program will miss files. Make the image again.");
 
 inline constexpr Sentence BootFileInFolder = Error(
     "The boot file {} lies in a folder ({}), but the console looks for it in the root only. "
