@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cdi/coded_area.h"
+#include "cdi/descriptor.h"
 #include "disc/bytes.h"
 
 namespace cdi {
@@ -230,10 +231,11 @@ void EncodeSector(std::span<const std::byte, UserDataSize> userData,
 }
 
 bool IsIntact(std::span<const std::byte> sector, std::uint32_t mode, std::int64_t lba) {
-  if (mode != 1 && mode != 2) return true;
+  using track_block::Mode1, track_block::Mode2;
+  if (mode != Mode1 && mode != Mode2) return true;
   const bool isRaw = sector.size() >= RawSectorSize;
   if (isRaw && !HasSyncAndHeader(sector, mode, lba + FirstFrame)) return false;
-  if (mode == 1) return !isRaw || IsIntactMode1(sector);
+  if (mode == Mode1) return !isRaw || IsIntactMode1(sector);
   return sector.size() < StoredSectorSize ||
          IsIntactMode2(sector.subspan(isRaw ? SyncAndHeaderSize : 0, StoredSectorSize));
 }
