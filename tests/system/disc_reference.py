@@ -145,7 +145,8 @@ BootHeader = f"{'SEGA SEGAKATANA':16}SEGA ENTERPRISESB6D8 CD-ROM1/1  {'JUE':8}{'
 
 def make_program(addresses=50):
     """A plain boot file of 100 loads of 50 constants, as many of which are addresses of the console."""
-    return pack("<100H50I112x", *[0xD031] * 100, *[0x8C010000] * addresses, *[1] * (50 - addresses))
+    areas = [0x0C010000, 0x8C010000, 0xAC010000, 0xFF000000, 0xA05F6800] * 10
+    return pack("<100H50I112x", *[0xD031] * 100, *areas[:addresses], *[1] * (50 - addresses))
 
 
 def _both(number):

@@ -52,6 +52,7 @@ FirstTracks = {f"{kind} of {size}": make_track(bytes(3 * 2048), size, start=0, *
 Layouts, Corpus = small_images(), sorted(Path(__file__).parents[2].glob("fuzz/corpus/*.cdi"))
 NoTrack, OtherForm = Silence._replace(parts={}, pregap=0), 2 * b"\0\0\x28\0"
 Many = image(track=make_track(make_iso(Files | {b"MANY.BIN;1": bytes(100 * 2048)})))
+WithZeros = make_track(make_iso(Files | {b"LAST.BIN;1": bytes(2048)}))
 Good, NoProgram, WrongSector = "No problems found.", "does not look like a program", "1 sector has"
 DamagedFolder, NoImage = "a folder of the volume is damaged", "cdicheck: a.cdi: no DiscJuggler image: "
 NotGood = {
@@ -67,6 +68,7 @@ ROWS = [
       for what in lay_out([[track]], b"", b"") if "sector 2:" in what and "subchannel" not in what),
     (WrongSector, image(("sector 21: header", 3, b"\1"), track=make_track(make_iso(Files), 2352))),
     (WrongSector, image(("sector 21: subheader", 0, OtherForm))),
+    (WrongSector, image(("sector 21: subheader", 0, OtherForm), track=WithZeros)),
     (WrongSector, image(("sector 21: subheader", 0, OtherForm), ("sector 21: user data", 9, b"!"))),
     ("100 sectors have", patch(Many, DataOffset + 22 * 2336, b"\xff" * 233600)),
     (Good, disc(start=360000 - 22)),
@@ -82,14 +84,17 @@ ROWS = [
     ("names 1st_READ.BIN, but no such file", disc(change=(96, b"1st"))),
     ("lies in a folder (SUB/DATA.TXT)", disc(change=(96, b"DATA.TXT    "))),
     ('without the version ";1"', disc({b"1ST_READ.BIN": Files[BootFile]})),
+    ('without the version ";1"', disc({b"1ST_READ.BIN;2": Files[BootFile]})),
     (NoProgram, disc({BootFile: bytes(0xFF0000)})),
     ("16711681 bytes, but the console has room for 16711680", disc({BootFile: bytes(0xFF0001)})),
     ("is empty", disc({BootFile: b""})),
-    ("lies outside the data track", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
+    ("lies outside the data tracks", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
     ("lies outside the data track", disc(change=(Root + 104 + 2, pack("<I", 20)))),  # an audio track's
     ("is not scrambled", disc({BootFile: make_program()})),
     ("ELF file", disc({BootFile: b"\x7fELF"})),
     (NoProgram, disc({BootFile: scramble(make_program(12))})),
+    ("warning: The folder SUB/ cannot be read (a folder of the volume is damaged)", with_folder(b"\1")),
+    ("warning: The folder SUB/ cannot be read (sector 7 lies", disc(change=(Root + 68 + 2, b"\7\0"))),
     (DamagedFolder, disc(change=(Root, pack("B33x", 34) * 59 + b"\x2b"))),  # beyond the sector's end
     ("no such file", disc(change=(Root, pack("B41x", 42) + pack("B33x", 34) * 59))),  # up to it
     (DamagedFolder, disc(change=(Root + 68 + 32, b"\4"))),  # a longer name than the record has room for
@@ -104,6 +109,8 @@ ROWS = [
     ("too short for the tracks", Whole[: End - 2336] + Whole[End:]),
     ("length is not that of its parts", Whole.replace(pack("<II", 150, 302), pack("<II", 150, 301))
      .replace(pack("<II", 150, 22), pack("<II", 150, 21))),
+    ("length is not that of its parts", image(("fields", 65, pack("<I", 171)))),
+    ("unknown size", image(("fields", 56, b"\5"))),
     ("last session has no data track", image(last=[[NoTrack] * 97])),
     ("last session has no data track", image(last=[[NoTrack], []])),
     ("warning: The disc has 360001 sectors, but", disc(start=360001 - 22)),

@@ -86,6 +86,7 @@ Track ReadTrack(Reader& reader, std::uint32_t session, std::uint32_t version) {
   const std::uint32_t size = reader.Get(BehindCdText(SectorSize));
   track.mode = reader.Get(BehindCdText(Mode));
   track.total = reader.Get(BehindCdText(TotalLength));
+  track.totalAgain = reader.Get(BehindCdText(TotalLengthAgain));
   track.lba =
       std::int64_t{reader.Get(BehindCdText(Start))} + static_cast<std::int64_t>(track.pregap) - FirstFrame;
   track.sectorSize = size < SectorSizes.size() ? SectorSizes[size] : 0;

@@ -44,6 +44,7 @@ struct Track {
   std::uint64_t pregap;
   std::uint64_t length;      ///< without the pregap
   std::uint64_t total;       ///< with the pregap, as the descriptor has it
+  std::uint64_t totalAgain;  ///< the same, at the second place in the descriptor
   std::uint32_t sectorSize;  ///< bytes; 0 if the descriptor has none that is known
   std::uint64_t offset;      ///< where the first sector behind the pregap lies in the file
   std::uint64_t stored;  ///< how much of `length` the file holds within `total`: no byte lies in two tracks

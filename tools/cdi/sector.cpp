@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cdi/coded_area.h"
+#include "cdi/descriptor.h"
 #include "disc/bytes.h"
 
 namespace cdi {
@@ -169,13 +170,28 @@ bool IsIntactMode1(Bytes raw) {
          HasParity(raw.subspan(Sync.size(), HeaderSize), raw.subspan(SyncAndHeaderSize));
 }
 
-bool IsIntactMode2(Bytes stored) {
+bool IsIntactForm1(Bytes stored) {
   constexpr std::array<std::byte, HeaderSize> zero{};
-  if (std::memcmp(stored.data(), stored.data() + SubheaderSize / 2, SubheaderSize / 2) != 0) return false;
-  if ((disc::ReadNumber(stored, Submode) & Form2) != 0) {
-    return disc::ReadNumber(stored, {Form2EdcOffset, 4}) == 0 || HasEdc(stored, Form2EdcOffset);
-  }
   return HasEdc(stored, EdcOffset) && HasParity(zero, stored);
+}
+
+/// Whether a sector that seems to be of Form 2 without an EDC is one of Form 1 whose form bits were changed:
+/// parity may end in zeros. An empty sector of Form 2 has no EDC of Form 1 either.
+bool WasForm1(Bytes stored) {
+  if (disc::ReadNumber(stored, {EdcOffset, 4}) == 0) return false;
+  std::array<std::byte, StoredSectorSize> before;
+  std::memcpy(before.data(), stored.data(), before.size());
+  for (const std::size_t copy : {std::size_t{0}, SubheaderSize / 2}) {
+    before[copy + Submode.offset] &= ~static_cast<std::byte>(Form2);
+  }
+  return IsIntactForm1(before);
+}
+
+bool IsIntactMode2(Bytes stored) {
+  if (std::memcmp(stored.data(), stored.data() + SubheaderSize / 2, SubheaderSize / 2) != 0) return false;
+  if ((disc::ReadNumber(stored, Submode) & Form2) == 0) return IsIntactForm1(stored);
+  if (disc::ReadNumber(stored, {Form2EdcOffset, 4}) == 0) return !WasForm1(stored);
+  return HasEdc(stored, Form2EdcOffset);
 }
 
 }  // namespace
@@ -215,10 +231,11 @@ void EncodeSector(std::span<const std::byte, UserDataSize> userData,
 }
 
 bool IsIntact(std::span<const std::byte> sector, std::uint32_t mode, std::int64_t lba) {
-  if (mode != 1 && mode != 2) return true;
+  using track_block::Mode1, track_block::Mode2;
+  if (mode != Mode1 && mode != Mode2) return true;
   const bool isRaw = sector.size() >= RawSectorSize;
   if (isRaw && !HasSyncAndHeader(sector, mode, lba + FirstFrame)) return false;
-  if (mode == 1) return !isRaw || IsIntactMode1(sector);
+  if (mode == Mode1) return !isRaw || IsIntactMode1(sector);
   return sector.size() < StoredSectorSize ||
          IsIntactMode2(sector.subspan(isRaw ? SyncAndHeaderSize : 0, StoredSectorSize));
 }

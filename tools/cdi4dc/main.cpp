@@ -22,8 +22,7 @@ namespace {
 
 namespace volume_descriptor = disc::iso9660::volume_descriptor;
 
-/// What one thread works on at a time: little enough to stay in its cache.
-constexpr std::uint32_t SectorsAtOnce = 64;
+constexpr const char* NoVolume = "no ISO 9660 volume descriptor at sector 16";
 
 /// The number of sectors of an image, which must be whole sectors and enough of them for a volume descriptor.
 std::uint32_t SectorCount(const tools::InputFile& iso) {
@@ -32,8 +31,7 @@ std::uint32_t SectorCount(const tools::InputFile& iso) {
     throw tools::FileError(iso.Path(), "no ISO image: its size is no multiple of 2048 bytes");
   }
   const std::uint64_t count = iso.Size() / cdi::UserDataSize;
-  if (count <= volume_descriptor::Sector)
-    throw tools::FileError(iso.Path(), "no ISO 9660 volume descriptor at sector 16");
+  if (count <= volume_descriptor::Sector) throw tools::FileError(iso.Path(), NoVolume);
   if (count > std::numeric_limits<std::uint32_t>::max() - cdi::DataTrackStart - cdi::PregapLength) {
     throw tools::FileError(iso.Path(), "too large for an image");
   }
@@ -54,7 +52,7 @@ std::string VolumeName(const tools::InputFile& iso, std::uint32_t sectors) {
   std::vector<std::byte> descriptor(cdi::UserDataSize);
   iso.ReadAt(volume_descriptor::Sector * cdi::UserDataSize, descriptor);
   if (disc::ReadText(descriptor, volume_descriptor::Identifier) != volume_descriptor::StandardIdentifier) {
-    throw tools::FileError(iso.Path(), "no ISO 9660 volume descriptor at sector 16");
+    throw tools::FileError(iso.Path(), NoVolume);
   }
   if (VolumeSize(descriptor) > sectors) {
     throw tools::FileError(iso.Path(), "ends after " + std::to_string(sectors) + " of its volume's " +
@@ -67,25 +65,20 @@ std::string FileName(const std::string& path) {
   return path.substr(path.find_last_of(tools::PathSeparators) + 1);
 }
 
-/// Encodes batches of sectors, each the next that no other thread has taken, until none is left.
 void EncodeBatches(const tools::InputFile& iso, tools::OutputFile& image, std::uint32_t sectors,
-                   std::atomic<std::uint32_t>& nextSector, tools::Progress& progress) {
-  std::vector<std::byte> userData(SectorsAtOnce * cdi::UserDataSize);
-  std::vector<std::byte> stored(SectorsAtOnce * cdi::StoredSectorSize);
-  for (;;) {
-    const std::uint32_t first = nextSector.fetch_add(SectorsAtOnce);
-    if (first >= sectors) return;
-    const std::size_t count = std::min<std::size_t>(SectorsAtOnce, sectors - first);
-    iso.ReadAt(std::uint64_t{first} * cdi::UserDataSize,
-               std::span(userData).first(count * cdi::UserDataSize));
+                   std::atomic<std::uint64_t>& nextSector, tools::Progress& progress) {
+  std::vector<std::byte> userData(tools::SectorsAtOnce * cdi::UserDataSize);
+  std::vector<std::byte> stored(tools::SectorsAtOnce * cdi::StoredSectorSize);
+  tools::ForEachBatch(nextSector, sectors, [&](std::uint64_t first, std::size_t count) {
+    iso.ReadAt(first * cdi::UserDataSize, std::span(userData).first(count * cdi::UserDataSize));
     for (std::size_t i = 0; i < count; ++i) {
       cdi::EncodeSector(std::span(userData).subspan(i * cdi::UserDataSize).first<cdi::UserDataSize>(),
                         std::span(stored).subspan(i * cdi::StoredSectorSize).first<cdi::StoredSectorSize>());
     }
-    image.WriteAt(cdi::DataTrackOffset + std::uint64_t{first} * cdi::StoredSectorSize,
+    image.WriteAt(cdi::DataTrackOffset + first * cdi::StoredSectorSize,
                   std::span(stored).first(count * cdi::StoredSectorSize));
     progress.Add(count);
-  }
+  });
 }
 
 void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
@@ -106,7 +99,7 @@ void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
   image.WriteAt(descriptorOffset, descriptor);
 
   tools::Progress progress(sectors);
-  std::atomic<std::uint32_t> nextSector = 0;
+  std::atomic<std::uint64_t> nextSector = 0;
   tools::OnTwoThreads([&] { EncodeBatches(iso, image, sectors, nextSector, progress); });
   image.Commit();
 }

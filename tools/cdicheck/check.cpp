@@ -33,7 +33,8 @@ std::optional<std::int64_t> FindBootSector(Report& report) {
   const auto session = report.image->LastSession();
   const auto track = std::ranges::find_if(session, &cdi::Track::IsData);
   if (track == session.end()) {
-    Add(report, problems::NoDataTrack);
+    const bool sizesAreKnown = std::ranges::all_of(session, &cdi::Track::sectorSize);
+    if (sizesAreKnown) Add(report, problems::NoDataTrack);
     return std::nullopt;
   }
   if (session.front().mode == cdi::track_block::Audio) Add(report, problems::AudioInFront);
@@ -44,6 +45,9 @@ std::optional<std::int64_t> FindBootSector(Report& report) {
 void CheckVolume(std::int64_t start, Report& report) {
   try {
     report.volume = ReadVolume(*report.image, start);
+    if (const auto& folder = report.volume->unreadable) {
+      Add(report, problems::FolderUnreadable, {folder->path, folder->reason});
+    }
   } catch (const cdi::OutsideTracks& error) {
     Add(report, problems::VolumeElsewhere, {error.what(), std::to_string(start)});
   } catch (const cdi::FormatError& error) {

@@ -15,9 +15,6 @@
 namespace cdicheck {
 namespace {
 
-/// What one thread works on at a time: little enough to stay in its cache.
-constexpr std::uint64_t SectorsAtOnce = 64;
-
 /// The damaged sectors of one track or of several, to which two threads add.
 class Damage {
  public:
@@ -36,14 +33,10 @@ class Damage {
   std::int64_t first_ = 0;
 };
 
-/// Verifies batches of sectors, each the next that no other thread has taken, until none is left.
 void VerifyBatches(const cdi::Source& source, const cdi::Track& track, std::atomic<std::uint64_t>& next,
                    Damage& damage) {
-  std::vector<std::byte> sectors(SectorsAtOnce * track.sectorSize);
-  for (;;) {
-    const std::uint64_t first = next.fetch_add(SectorsAtOnce);
-    if (first >= track.stored) return;
-    const auto count = static_cast<std::size_t>(std::min(SectorsAtOnce, track.stored - first));
+  std::vector<std::byte> sectors(tools::SectorsAtOnce * track.sectorSize);
+  tools::ForEachBatch(next, track.stored, [&](std::uint64_t first, std::size_t count) {
     const auto batch = std::span(sectors).first(count * track.sectorSize);
     source.read(track.offset + first * track.sectorSize, batch);
     for (std::size_t i = 0; i < count; ++i) {
@@ -51,7 +44,7 @@ void VerifyBatches(const cdi::Source& source, const cdi::Track& track, std::atom
       const auto sector = batch.subspan(i * track.sectorSize, track.sectorSize);
       if (!cdi::IsIntact(sector, track.mode, lba)) damage.Add(lba);
     }
-  }
+  });
 }
 
 }  // namespace
@@ -62,7 +55,7 @@ void CheckSectors(Report& report) {
     if (!track.IsData() || track.sectorSize == cdi::UserDataSize) continue;  // nothing that could be verified
     std::atomic<std::uint64_t> next = 0;
     const auto verify = [&] { VerifyBatches(report.image->source, track, next, damage); };
-    track.stored > SectorsAtOnce ? tools::OnTwoThreads(verify) : verify();
+    track.stored > tools::SectorsAtOnce ? tools::OnTwoThreads(verify) : verify();
   }
   const std::string first = std::to_string(damage.First());
   if (damage.Count() == 1) {

@@ -88,7 +88,7 @@ std::string Ascii(const json& value, int indent) {
 void Print(const Report& report, std::ostream& out) {
   if (report.image) {
     out << "DiscJuggler image, version " << VersionName(report.image->version) << ", "
-        << report.image->sessions << " sessions\n";
+        << report.image->sessions << (report.image->sessions == 1 ? " session\n" : " sessions\n");
     for (const cdi::Track& track : report.image->tracks) {
       out << "  session " << track.session + 1 << ": " << ModeName(track.mode) << ", " << track.length
           << " sectors of " << track.sectorSize << " bytes from LBA " << track.lba << '\n';

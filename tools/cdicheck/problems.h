@@ -75,6 +75,8 @@ inline constexpr Sentence VolumeElsewhere = Error(
     "The files cannot be read ({}). Make the image again; "
     "an ISO image that is made by hand must be made for the address of its track (mkisofs -C 0,{}).");
 inline constexpr Sentence VolumeUnreadable = Error("The files cannot be read: {}. Make the image again.");
+inline constexpr Sentence FolderUnreadable =
+    Warning("The folder {} cannot be read ({}), so the program will miss files. Make the image again.");
 
 inline constexpr Sentence BootFileInFolder = Error(
     "The boot file {} lies in a folder ({}), but the console looks for it in the root only. "
@@ -91,7 +93,7 @@ inline constexpr Sentence BootFileTooLarge = Error(
 inline constexpr Sentence BootFileEmpty =
     Error("The boot file is empty. Was it a link in the folder? Put the file itself there.");
 inline constexpr Sentence BootFileOutside =
-    Error("The boot file lies outside the data track in part. Make the image again.");
+    Error("The boot file lies outside the data tracks in part. Make the image again.");
 inline constexpr Sentence ElfFile = Error(
     "The boot file is an ELF file, but the console needs its raw binary, scrambled. "
     "Give it a name that ends in .elf and have the image made again.");

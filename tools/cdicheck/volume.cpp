@@ -25,6 +25,14 @@ constexpr std::size_t MostFiles = 100'000;
 constexpr std::size_t LongestPath = 4096;
 constexpr std::size_t LongestPaths = std::size_t{32} << 20;  ///< all together
 
+struct TooLarge : cdi::FormatError {
+  using FormatError::FormatError;
+};
+
+struct DamagedFolder : cdi::FormatError {
+  DamagedFolder() : FormatError("a folder of the volume is damaged") {}
+};
+
 /// The text of a field without the blanks at its end.
 std::string TextOf(std::span<const std::byte> block, disc::Field field) {
   return disc::TrimEnd(disc::ReadText(block, field), " ");
@@ -42,14 +50,13 @@ struct Record {
 Record ReadRecord(std::span<const std::byte> record) {
   using namespace folder_record;
   const disc::Field nameField{NameOffset, disc::ReadNumber(record, NameLength)};
-  if (NameOffset + nameField.width > record.size())
-    throw cdi::FormatError("a folder of the volume is damaged");
+  if (NameOffset + nameField.width > record.size()) throw DamagedFolder();
   const std::string name = TextOf(record, nameField);
   const std::size_t version = name.find(';');
   return {.lba = disc::ReadNumber(record, FirstSector),
           .size = disc::ReadNumber(record, Size),
           .isFolder = (disc::ReadNumber(record, Flags) & FolderFlag) != 0,
-          .hasVersion = version != std::string::npos,
+          .hasVersion = name.ends_with(";1"),
           .name = name.substr(0, version)};
 }
 
@@ -58,15 +65,13 @@ template <typename Visit>
 void ForEachRecord(const cdi::Image& image, const Record& folder, std::uint32_t& sectorsLeft, Visit visit) {
   std::uint32_t lba = folder.lba;
   for (std::uint64_t done = 0; done < folder.size; done += cdi::UserDataSize, ++lba) {
-    if (sectorsLeft-- == 0) throw cdi::FormatError("the folders of the volume are larger than a disc");
+    if (sectorsLeft-- == 0) throw TooLarge("the folders of the volume are larger than a disc");
     const std::vector<std::byte> sector = image.UserData(lba, cdi::UserDataSize);
     for (std::size_t at = 0; at < sector.size();) {
       const auto left = std::span(sector).subspan(at);
       const std::size_t length = disc::ReadNumber(left, folder_record::Length);
       if (length == 0) break;  // the rest of the sector is empty
-      if (length < folder_record::NameOffset || length > left.size()) {
-        throw cdi::FormatError("a folder of the volume is damaged");
-      }
+      if (length < folder_record::NameOffset || length > left.size()) throw DamagedFolder();
       visit(ReadRecord(left.first(length)));
       at += length;
     }
@@ -87,7 +92,10 @@ Volume ReadVolume(const cdi::Image& image, std::int64_t start) {
   }
   constexpr disc::Field rootRecord = volume_descriptor::RootRecord;
   const Record root = ReadRecord(std::span(descriptor).subspan(rootRecord.offset, rootRecord.width));
-  Volume volume{.name = TextOf(descriptor, volume_descriptor::VolumeName), .rootLba = root.lba, .files = {}};
+  Volume volume{.name = TextOf(descriptor, volume_descriptor::VolumeName),
+                .rootLba = root.lba,
+                .files = {},
+                .unreadable = {}};
   struct Folder {
     std::string path;
     Record record;
@@ -99,20 +107,28 @@ Volume ReadVolume(const cdi::Image& image, std::int64_t start) {
   while (!folders.empty()) {
     const Folder folder = std::move(folders.back());
     folders.pop_back();
-    ForEachRecord(image, folder.record, sectorsLeft, [&](const Record& record) {
-      if (++count > MostFiles) throw cdi::FormatError("the volume holds more files than a disc can");
+    const auto addRecord = [&](const Record& record) {
+      if (++count > MostFiles) throw TooLarge("the volume holds more files than a disc can");
       if (IsSelfOrParent(record)) return;
       std::string path = folder.path + record.name;
       pathLengths += path.size();
       if (path.size() > LongestPath || pathLengths > LongestPaths) {
-        throw cdi::FormatError("the paths of the volume are longer than a disc's can be");
+        throw TooLarge("the paths of the volume are longer than a disc's can be");
       }
       if (!record.isFolder) {
         volume.files.push_back({std::move(path), record.lba, record.size, record.hasVersion});
       } else if (seen.insert(record.lba).second) {
         folders.push_back({path + "/", record});
       }
-    });
+    };
+    try {
+      ForEachRecord(image, folder.record, sectorsLeft, addRecord);
+    } catch (const TooLarge&) {
+      throw;
+    } catch (const cdi::FormatError& error) {
+      if (folder.path.empty()) throw;  // the root
+      if (!volume.unreadable) volume.unreadable = {folder.path, error.what()};
+    }
   }
   std::ranges::sort(volume.files, {}, &FileEntry::path);
   return volume;
