@@ -70,6 +70,7 @@ ROWS = [
     (WrongSector, image(("sector 21: subheader", 0, OtherForm))),
     (WrongSector, image(("sector 21: subheader", 0, OtherForm), track=WithZeros)),
     (WrongSector, image(("sector 21: subheader", 0, OtherForm), ("sector 21: user data", 9, b"!"))),
+    (WrongSector, image(("sector 21: subheader", 7, b"\1"))),
     ("100 sectors have", patch(Many, DataOffset + 22 * 2336, b"\xff" * 233600)),
     (Good, disc(start=360000 - 22)),
     (Good, with_descriptor_of(1 << 20)),
@@ -81,22 +82,29 @@ ROWS = [
     ("without an IP.TMPL", disc(change=(256, bytes(32512)))),
     ("no code at offset 0x300", disc(change=(0x300, b"\xff\xff"))),
     ("no code at offset 0x300", disc(change=(0x300, bytes(4)))),
+    (Good, disc(change=(0x300, b"\xff\1"))),
+    (Good, disc(change=(0x300, b"\0\0\0\1"))),
     ("names 1st_READ.BIN, but no such file", disc(change=(96, b"1st"))),
+    ("names TA.TXT, but no such file", disc(change=(96, b"TA.TXT      "))),
     ("lies in a folder (SUB/DATA.TXT)", disc(change=(96, b"DATA.TXT    "))),
     ('without the version ";1"', disc({b"1ST_READ.BIN": Files[BootFile]})),
     ('without the version ";1"', disc({b"1ST_READ.BIN;2": Files[BootFile]})),
     (NoProgram, disc({BootFile: bytes(0xFF0000)})),
     ("16711681 bytes, but the console has room for 16711680", disc({BootFile: bytes(0xFF0001)})),
+    (Good, disc({BootFile: bytes(511)})),  # too short to be judged
+    (NoProgram, disc({BootFile: bytes(512)})),
     ("is empty", disc({BootFile: b""})),
     ("lies outside the data tracks", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
     ("lies outside the data track", disc(change=(Root + 104 + 2, pack("<I", 20)))),  # an audio track's
     ("is not scrambled", disc({BootFile: make_program()})),
     ("ELF file", disc({BootFile: b"\x7fELF"})),
     (NoProgram, disc({BootFile: scramble(make_program(12))})),
+    (NoProgram, disc({BootFile: pack("<2HI504x", 0xD000, 9, 0x8C010000)})),  # one load of an address
     ("warning: The folder SUB/ cannot be read (a folder of the volume is damaged)", with_folder(b"\1")),
     ("warning: The folder SUB/ cannot be read (sector 7 lies", disc(change=(Root + 68 + 2, b"\7\0"))),
     (DamagedFolder, disc(change=(Root, pack("B33x", 34) * 59 + b"\x2b"))),  # beyond the sector's end
     ("no such file", disc(change=(Root, pack("B41x", 42) + pack("B33x", 34) * 59))),  # up to it
+    (DamagedFolder, disc(change=(Root + 68, b"\x20"))),  # shorter than any record
     (DamagedFolder, disc(change=(Root + 68 + 32, b"\4"))),  # a longer name than the record has room for
     ("paths of the volume are longer", with_folder(b"".join(Nested))),
     ("more files than a disc can", with_folder(ManyFiles, len(ManyFiles))),
@@ -139,18 +147,40 @@ def test_says(build, tmp_path, words, checked):
     assert int(re.search("^KiB: (.*)", said, re.MULTILINE)[1]) < 256 * 1024
 
 
+REPORT = """DiscJuggler image, version 3.5, 2 sessions
+  session 1: audio, 302 sectors of 2352 bytes from LBA 0
+  session 2: data, Mode 2, 20 sectors of 2048 bytes from LBA 11702
+Boot header
+  hardware: SEGA SEGAKATANA
+  maker: SEGA ENTERPRISES
+  device: B6D8 CD-ROM1/1
+  areas: JUE
+  peripherals: E000010
+  product: T0000
+  version: V1.000
+  date: 20260101
+  boot file: 1ST_READ.BIN
+  software maker: Software maker
+  title: \\x0A\\x7Fµle
+Volume "TEST"
+  SUB/DATA.TXT  1 bytes
+  \xa0.TXT  0 bytes
+  é\\x1B.TXT  0 bytes
+  é\\x9B.TXT  0 bytes
+error: The boot header names"""
+
+
 def test_reports(build, tmp_path):
-    names = {b"\xc3\xa9\x1b.TXT;1": b"", b"\xe9\x9b.TXT;1": b""}
-    image_of_both = disc(names, change=(128, b"\n\x7f\xb5"), pregap=100)
-    (tmp_path / "a.cdi").write_bytes(image_of_both)
-    said = build.run("cdicheck", "a.cdi", cwd=tmp_path).said
-    assert "session 2: data, Mode 2, 20 sectors of 2048 bytes from LBA 11702\n" in said
-    assert "boot file: 1ST_READ.BIN\n" in said and "title: \\x0A\\x7Fµle\n" in said
-    assert 'Volume "TEST"\n  SUB/DATA.TXT  1 bytes\n  é\\x1B.TXT  0 bytes\n  é\\x9B.TXT  0 bytes\n' in said
+    names = {b"\xa0.TXT;1": b"", b"\xc3\xa9\x1b.TXT;1": b"", b"\xe9\x9b.TXT;1": b""}
+    (tmp_path / "a.cdi").write_bytes(disc(names, change=(128, b"\n\x7f\xb5"), pregap=100))
+    assert build.run("cdicheck", "a.cdi", cwd=tmp_path).said.startswith(REPORT)
     report = json.loads(build.run("cdicheck", "--json", "a.cdi", cwd=tmp_path).said)
-    assert [track["length"] for track in report["tracks"]] == [302, 20] and report["volume"] == "TEST"
-    assert report["bootHeader"]["date"] == "20260101" and report["problems"][0]["severity"] == "error"
-    assert report["files"][1:] == [{"path": path, "size": 0} for path in ("é\x1b.TXT", "é\x9b.TXT")]
+    assert report["version"] == "3.5" and report["sessions"] == 2 and report["volume"] == "TEST"
+    assert [list(track.values()) for track in report["tracks"]] == [
+        [302, "audio", 2352, 1, 0], [20, "data, Mode 2", 2048, 2, 11702]]
+    assert report["bootHeader"] == dict(re.findall("  ([a-z ]+): (.*)", REPORT)) | {"title": "\n\x7fµle"}
+    assert report["files"][2:] == [{"path": path, "size": 0} for path in ("é\x1b.TXT", "é\x9b.TXT")]
+    assert report["problems"][0]["severity"] == "error"
     (tmp_path / "a.cdi").write_bytes(b"")
     status, said = build.run("cdicheck", "--json", "a.cdi", cwd=tmp_path)
     assert status == 2 and "no DiscJuggler image: the" in json.loads(said)["problems"][0]["text"]
