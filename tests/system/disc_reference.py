@@ -55,6 +55,12 @@ def _parity(data, words):
     return first + _xor(first, plain_sum)
 
 
+def make_parity(covered):
+    """P and Q parity over header to EDC, in Mode 1 with the zeros behind it."""
+    p_parity = _parity(covered, 86)
+    return p_parity, _parity(bytes(map((covered + p_parity).__getitem__, _QOrder)), 52)
+
+
 @cache
 def make_sector(user_data, subheader=b"\0\0\x08\0", header=bytes(4)):
     """The parts of a sector behind its header: of either form of Mode 2, or of Mode 1 without a subheader."""
@@ -66,8 +72,7 @@ def make_sector(user_data, subheader=b"\0\0\x08\0", header=bytes(4)):
             return parts
     else:
         parts = {"user data": user_data, "EDC": _edc(_Sync + header + user_data), "zero": bytes(8)}
-    parts["P parity"] = _parity(header + b"".join(parts.values()), 86)
-    parts["Q parity"] = _parity(bytes(map((header + b"".join(parts.values())).__getitem__, _QOrder)), 52)
+    parts["P parity"], parts["Q parity"] = make_parity(header + b"".join(parts.values()))
     return parts
 
 

@@ -9,8 +9,8 @@ from pathlib import Path
 from struct import pack
 
 import pytest
-from disc_reference import DataOffset, Silence, lay_out, make_iso, make_program, make_record, make_track
-from disc_reference import scramble, small_images
+from disc_reference import DataOffset, Silence, lay_out, make_iso, make_parity, make_program, make_record
+from disc_reference import make_track, scramble, small_images
 
 BootFile, Volume, Root = b"1ST_READ.BIN;1", 16 * 2048, 18 * 2048
 Files = {BootFile: scramble(make_program()), b"LAST.BIN;1": b"\7" * 2048}  # in sectors 20 and 21 of 22
@@ -39,11 +39,24 @@ def with_folder(sectors, size=2048):
     return disc(Files | {b"HERE": sectors}, change=(Root + 68 + 2, pack("<I4xI", 11702 + 22, size)))
 
 
+def with_wrong_edc(track, sector):
+    """With a parity that is right for the wrong EDC."""
+    parts = dict(track.parts)
+    parts[sector + "EDC"] = bytes(byte ^ 0x55 for byte in parts[sector + "EDC"])
+    mode_1 = sector + "zero" in parts
+    names = ("header", "user data", "EDC", "zero") if mode_1 else ("subheader", "user data", "EDC")
+    covered = b"".join([b"" if mode_1 else bytes(4), *(parts[sector + name] for name in names)])
+    parts[sector + "P parity"], parts[sector + "Q parity"] = make_parity(covered)
+    return track._replace(parts=parts)
+
+
 def with_descriptor_of(length, short=disc()):
     return short[:-8] + bytes(length - 636) + short[-8:-4] + pack("<I", length)
 
 
 Nested = [make_record(b"D" * 200, 11725 + i).ljust(2048, b"\0") for i in range(3000)]
+Overlapping = [patch(make_record(b"D", 11725 + i), 10, pack("<I", 10000 * 2048)) for i in range(40)]
+Overlapping = b"".join(Overlapping).ljust(2048, b"\0")
 ManyFiles = (make_record(b"F", 0, 0) * 60).ljust(2048, b"\0") * 1667
 Whole, End = image(), DataOffset + 22 * 2336
 Kinds = {"Mode 1": {"mode": 1}, "Form 1": {}, "Form 2": {"subheaders": {2: b"\0\0\x20\0"}}}
@@ -71,6 +84,11 @@ ROWS = [
     (WrongSector, image(("sector 21: subheader", 0, OtherForm), track=WithZeros)),
     (WrongSector, image(("sector 21: subheader", 0, OtherForm), ("sector 21: user data", 9, b"!"))),
     (WrongSector, image(("sector 21: subheader", 7, b"\1"))),
+    (WrongSector, image(("sector 21: EDC", 0, bytes(4)), ("sector 21: subheader", 7, b"!"),
+                        track=make_track(make_iso(Files), subheaders={21: b"\0\0\x20\0"}))),
+    (WrongSector, image(track=with_wrong_edc(make_track(make_iso(Files)), "sector 21: "))),
+    (WrongSector, image(first=with_wrong_edc(FirstTracks["Mode 1 of 2352"], "sector 2: "))),
+    ("not in Mode 2", image(track=make_track(make_iso(Files), mode=3))),
     ("100 sectors have", patch(Many, DataOffset + 22 * 2336, b"\xff" * 233600)),
     (Good, disc(start=360000 - 22)),
     (Good, with_descriptor_of(1 << 20)),
@@ -85,6 +103,7 @@ ROWS = [
     (Good, disc(change=(0x300, b"\xff\1"))),
     (Good, disc(change=(0x300, b"\0\0\0\1"))),
     ("names 1st_READ.BIN, but no such file", disc(change=(96, b"1st"))),
+    (Good, disc(change=(96, b"1ST_READ.BIN" + bytes(4)))),
     ("names TA.TXT, but no such file", disc(change=(96, b"TA.TXT      "))),
     ("lies in a folder (SUB/DATA.TXT)", disc(change=(96, b"DATA.TXT    "))),
     ('without the version ";1"', disc({b"1ST_READ.BIN": Files[BootFile]})),
@@ -93,6 +112,7 @@ ROWS = [
     ("16711681 bytes, but the console has room for 16711680", disc({BootFile: bytes(0xFF0001)})),
     (Good, disc({BootFile: bytes(511)})),  # too short to be judged
     (NoProgram, disc({BootFile: bytes(512)})),
+    (Good, disc({BootFile: pack("<H2xI24x", 0xD000, 0x8C010000) * 16})),  # the same when scrambled
     ("is empty", disc({BootFile: b""})),
     ("lies outside the data tracks", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
     ("lies outside the data track", disc(change=(Root + 104 + 2, pack("<I", 20)))),  # an audio track's
@@ -106,7 +126,8 @@ ROWS = [
     ("no such file", disc(change=(Root, pack("B41x", 42) + pack("B33x", 34) * 59))),  # up to it
     (DamagedFolder, disc(change=(Root + 68, b"\x20"))),  # shorter than any record
     (DamagedFolder, disc(change=(Root + 68 + 32, b"\4"))),  # a longer name than the record has room for
-    ("paths of the volume are longer", with_folder(b"".join(Nested))),
+    ("paths of the volume are longer", with_folder(b"".join(Nested[:25]))),
+    ("folders of the volume are larger than a disc", with_folder(Overlapping + bytes(10040 * 2048))),
     ("more files than a disc can", with_folder(ManyFiles, len(ManyFiles))),
     (Good, disc(change=(Root + 68 + 2, pack("<I", 11702 + 18)))),  # a folder in itself
     ("2 sectors have ... first one at LBA 11722:",
@@ -116,6 +137,9 @@ ROWS = [
     ("2336 bytes belong to no track", Whole[:End] + bytes(2336) + Whole[End:]),
     ("too short for the tracks", Whole[: End - 2336] + Whole[End:]),
     ("length is not that of its parts", Whole.replace(pack("<II", 150, 302), pack("<II", 150, 301))
+     .replace(pack("<II", 150, 22), pack("<II", 150, 21))),
+    ("length is not that of its parts", image(("sector 21: EDC", 0, b"!"))
+     .replace(pack("<II", 150, 302), pack("<II", 150, 301))
      .replace(pack("<II", 150, 22), pack("<II", 150, 21))),
     ("length is not that of its parts", image(("fields", 65, pack("<I", 171)))),
     ("unknown size", image(("fields", 56, b"\5"))),

@@ -4,8 +4,8 @@ import os
 import pty
 import subprocess
 import termios
-from errno import EDQUOT, EINTR, EINVAL, EIO, ENOENT, ENOMEM, EOPNOTSUPP, EXDEV
-from signal import SIG_DFL, SIG_IGN, SIGINT, SIGKILL, SIGTERM, signal
+from errno import EDQUOT, EINTR, EINVAL, EIO, ENOENT, ENOMEM, ENOSYS, EOPNOTSUPP, EXDEV
+from signal import SIG_DFL, SIG_IGN, SIGHUP, SIGINT, SIGKILL, SIGTERM, signal
 
 import pytest
 from conftest import names
@@ -97,10 +97,12 @@ def test_a_failure_is_told_although_the_telling_is_interrupted(desk):
     ("older file", EINTR, "fallocate pread pwrite", {0}),
     ("older file", 0, "pread pwrite", {0}),
     ("older file", EOPNOTSUPP, "fallocate", {0}),
+    ("older file", ENOSYS, "fallocate", {0}),
     ("older file", ENOMEM, "malloc", {0, 1}),
     ("nothing", EIO, "close", {0, 1}),
     ("nothing", EIO, "linkat", {0}),
     ("older file, no /proc", EIO, "fallocate rename", {1}),
+    ("older file, no /proc", ENOMEM, "malloc", {0, 1}),
     ("older file, no /proc", EIO, "close open unlink", {0, 1}),
 ])
 @pytest.mark.parametrize("tool", ["scramble", "scramble -d", "cdi4dc"])
@@ -126,7 +128,8 @@ def test_a_companion_leaves_the_right_file_or_the_older(build, tmp_path, tool, p
 
 
 @pytest.mark.parametrize("calls, on_interrupt, sent", [
-    ("", SIG_DFL, [SIGKILL]), (NO_PROC, SIG_DFL, [SIGINT]), (NO_PROC, SIG_IGN, [SIGINT, SIGTERM])])
+    ("", SIG_DFL, [SIGKILL]), (NO_PROC, SIG_DFL, [SIGINT]),
+    (NO_PROC, SIG_DFL, [SIGHUP]), (NO_PROC, SIG_IGN, [SIGINT, SIGTERM])])
 def test_a_companion_that_is_ended_leaves_nothing(build, tmp_path, calls, on_interrupt, sent):
     """It waits for ever to show its progress, since the terminal takes nothing."""
     screen, terminal = pty.openpty()
