@@ -21,6 +21,8 @@ def job(build, tmp_path_factory, request):
         (folder / tool).symlink_to(shutil.which(tool))
     shutil.copytree(build.bin, app)
     shutil.copytree(build.root / "examples/hello/data", game)
+    if not build.is_windows:
+        (app / request.param).mkdir()  # a folder is no tool
     shutil.copy(build.hello_elf, game)
     here = {"TMPDIR": folder, "PATH": folder}
     if build.is_windows:

@@ -9,7 +9,7 @@ import subprocess
 
 import pytest
 
-from conftest import TOOLS, names
+from conftest import TOO_LONG, TOOLS, names
 
 USAGE = ("Marrowvane 0.1\nUsage: marrowvan.exe "
          "[--cdi <dj_file>] [--dir <sb_dir>] [--cdvol <cd_volume>] [--coder <your_name>]\n")
@@ -180,6 +180,10 @@ class TestWhoeverStartsIt:
         ignored = {"preexec_fn": lambda: signal.signal(signal.SIGINT, signal.SIG_IGN)}
         assert desk.make_image(**ignored) == (0, "")
         assert "mkisofs goes on" in desk.log
+
+    def test_with_standard_error_in_a_file_nobody_is_asked_at_the_terminal(self, desk):
+        process = desk.start("--dir", "none", "--cdi", "x", stdin=pty.openpty()[1], stderr=subprocess.PIPE)
+        assert process.communicate(timeout=TOO_LONG)[1] == USAGE.encode()
 
     def test_an_interrupt_while_no_tool_runs_ends_the_run(self, desk):
         prepare(desk, "echo nothing > app/scramble.does")
