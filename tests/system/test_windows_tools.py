@@ -33,6 +33,7 @@ def read_image(folder):
         subprocess.run(unpack.split(), cwd=folder, check=True, stderr=subprocess.PIPE)
         trees.append({path: (path.stat().st_mode, path.is_file() and path.read_bytes())
                       for path in (folder / "tree").rglob("*")})
+        subprocess.run(["chmod", "-R", "u+w", "tree"], cwd=folder, check=True)
         subprocess.run(["rm", "-r", "tree"], cwd=folder, check=True)
     return image[:32768], image[32808:32840], image[34856:34888], *trees
 
