@@ -168,7 +168,8 @@ def test_says(build, tmp_path, words, checked):
     assert re.search(".*".join(map(re.escape, words.split(" ... "))), verdict)
     assert status == {"No": 0, "error:": 1, "warning:": 1, "cdicheck:": 2}[kind]
     assert verdict.count("no DiscJuggler image") < 2
-    assert int(re.search("^KiB: (.*)", said, re.MULTILINE)[1]) < 256 * 1024
+    bound = 512 if build.folder.name == "asan" else 96  # a sanitizer keeps what was freed for a while
+    assert int(re.search("^KiB: (.*)", said, re.MULTILINE)[1]) < bound * 1024
 
 
 REPORT = """DiscJuggler image, version 3.5, 2 sessions
