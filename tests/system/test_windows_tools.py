@@ -8,7 +8,8 @@ from conftest import names
 
 Files = {
     "1ST_READ.BIN": b"b" * 50001, "sector": b"s" * 2048, "empty": b"", "empty folder/../also empty": b"",
-    "Größe/Straße ä.txt": b"umlauts", "日本語/ゲーム.dat": b"kana", "日" * 40 + "/" + "本" * 45: b"l",
+    "Größe/Straße ä.txt": b"umlauts", "日本語/ゲーム.dat": b"kana",
+    "日" * 40 + "/" + "本" * 45: b"l",
     "/".join(["m" * 60] * 5): b"longer than MAX_PATH", "n" * 100: b"longer than a name in Joliet",
     "a/b/c/d/e/f/g/h/i/j": b"deep", "z/b/c/d/e/f/g/h/other": b"in a folder of the same name, as deep",
     "31 equal characters in front of one": b"1", "31 equal characters in front of two": b"2",
