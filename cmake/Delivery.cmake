@@ -52,6 +52,8 @@ if(HARDENED)
   harden()
   set(CMAKE_POSITION_INDEPENDENT_CODE ON)
   add_compile_options(-g1)  # where in the source a crash was: it goes with the symbols
+  # And the same bytes wherever the source and the build stand.
+  add_compile_options(-ffile-prefix-map=${CMAKE_BINARY_DIR}=build -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
 endif()
 
 # Puts a program into the portable folder. It needs no library of the compiler's. What a debugger needs of it stands
