@@ -131,12 +131,13 @@ def pytest_addoption(parser):
 
 
 def pytest_configure(config):
-    config.addinivalue_line("markers", "posix_only: is about something that no other host has")
+    for host in ("posix", "windows"):
+        config.addinivalue_line("markers", f"{host}_only: is about something that no other host has")
 
 
 def pytest_collection_modifyitems(config, items):
-    if Build(config.getoption("--build")).is_windows:
-        items[:] = [item for item in items if not item.get_closest_marker("posix_only")]
+    other = "posix_only" if Build(config.getoption("--build")).is_windows else "windows_only"
+    items[:] = [item for item in items if not item.get_closest_marker(other)]
 
 
 @pytest.fixture(scope="session")
