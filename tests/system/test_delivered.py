@@ -41,3 +41,12 @@ def test_windows_is_told_of_each_program_and_which_windows_it_runs_on(build):
         header = subprocess.check_output(["objdump", "-ph", program], text=True)
         assert " .debug_" not in header
         assert re.search(r"MajorSubsystemVersion\s6\n", header) or not is_ours
+
+
+def test_an_archive_holds_what_its_user_needs(build, tmp_path):
+    pack = ["cmake", "--install", build.folder, "--component", "portable", "--prefix", tmp_path]
+    subprocess.run(pack, check=True, stdout=subprocess.DEVNULL)
+    assert {path.name for path in build.bin.iterdir()} | {
+        "README.md", "NEWS.md", "LICENSE", "THIRD-PARTY.md", "docs", "examples"} == {*os.listdir(tmp_path)}
+    assert (tmp_path / "examples/hello/hello.elf").read_bytes() == build.hello_elf.read_bytes()
+    assert not list(tmp_path.rglob("CMakeLists.txt"))
