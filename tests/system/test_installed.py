@@ -26,7 +26,7 @@ def installed(build, tmp_path_factory):
 
 
 class Machine:
-    """A user's home on a machine where nothing of Marrowvane is the user's. Short scripts stand for the tools."""
+    """A home on a machine where nothing of Marrowvane is the user's. Short scripts stand for the tools."""
 
     def __init__(self, installed, root):
         self.root, self.home, self.temp = root, root / "home", root / "temp"
@@ -38,13 +38,16 @@ class Machine:
             self.set_tool(tool, TOOLS[tool])
         self.give_game(self.game)
         subprocess.run(["chmod", "-R", "a-w", root / "usr"], check=True)
-        if self.user:
-            subprocess.run(["chown", "-R", f"{USER}:{USER}", root], check=True)
+        self.own_it()
 
     @property
     def user(self):
         is_root = os.getuid() == 0
         return {"user": USER, "group": USER, "extra_groups": []} if is_root else {}
+
+    def own_it(self):
+        if self.user:
+            subprocess.run(["chown", "-R", f"{USER}:{USER}", self.root], check=True)
 
     def set_tool(self, tool, script):
         folder = self.root / "usr" / ("lib/marrowvane" if tool in ("scramble", "cdi4dc") else "bin")
@@ -65,11 +68,11 @@ class Machine:
         return subprocess.Popen(
             ["marrowvan", *arguments], executable=self.root / "usr/bin/marrowvan", cwd=self.home, **self.user,
             env=variables | (env or {}), start_new_session=True, stdin=subprocess.DEVNULL,
-            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+            stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
 
     def run(self, *arguments, env=None):
         process = self.start(*arguments, env=env)
-        said, _ = process.communicate(timeout=TOO_LONG)
+        _, said = process.communicate(timeout=TOO_LONG)
         return Finished(process.returncode, said)
 
     def kept(self):
@@ -115,9 +118,11 @@ def test_what_a_user_still_needs_is_kept_and_told_of(machine, tool, does, status
     kept = machine.kept()
     assert [file.name for file in kept] == left.split() and later.status == 0
     for file in kept:
-        assert file.name != "IP.BIN" or file.read_bytes() == (b"\n" if '"$2"' in does else BOOT_SECTOR)
+        is_half = file.name == "IP.BIN" and '"$2"' in does
+        assert file.name != "IP.BIN" or file.read_bytes() == (b"\n" if is_half else BOOT_SECTOR)
         assert (status < 0 or f"marrowvan: {file} " in ended.said) and f"marrowvan: {file} " in later.said
         assert f'"marrowvan --dir game --cdi game.cdi, in {machine.home}"' in later.said
+        assert ("less than 32768 bytes" in later.said) == is_half
         file.unlink()
     assert kept or "marrowvan: " not in ended.said
     assert "marrowvan: " not in machine.run("--help").said
@@ -135,7 +140,7 @@ def test_many_runs_at_once_each_make_the_disc_of_their_own_folder(machine):
     runs = [machine.start("--dir", folder.name, "--cdi", f"{folder.name}.cdi", "--cdvol", f"$x  '{folder.name}")
             for folder in folders]
     for run, folder in zip(runs, folders):
-        assert run.communicate(timeout=TOO_LONG) == ("", None) and run.returncode == 0
+        assert run.communicate(timeout=TOO_LONG) == (None, "") and run.returncode == 0
         disc = folder.with_name(f"{folder.name}.cdi").read_bytes()[32768:]
         assert disc == f"\x7FELF of {folder.name}$x  '{folder.name}\n".encode()
     assert names(machine.cache) == names(machine.temp) == []
@@ -151,21 +156,35 @@ def test_a_template_of_the_users_own_is_taken(machine):
     assert (machine.home / "game.cdi").read_bytes()[256:32768] == b"O" * 32512
 
 
-@pytest.mark.parametrize("variable, value, said", [
-    row("there is no home", "HOME", "", "marrowvan: neither HOME nor XDG_CACHE_HOME is set\n"),
-    row("there is no temporary folder", "TMPDIR", "/none", "marrowvan: there is no temporary folder"),
-    row("the cache is not writable", "XDG_CACHE_HOME", "/proc", "marrowvan: no folder for the run could be"),
+def test_what_others_put_into_the_place_of_a_lost_temporary_folder_stays(machine):
+    run, theirs = machine.cache / "marrowvane/run-lost", machine.home / "a/b/1ST_READ_UNSCRAMBLED.BIN"
+    for folder in (run, theirs.parent):
+        folder.mkdir(parents=True)
+    theirs.touch()
+    (run / "temporary").symlink_to(machine.temp / "link")
+    (machine.temp / "link").symlink_to(machine.home)
+    machine.own_it()
+    assert "marrowvan: " not in machine.run("--help").said
+    assert theirs.exists() and names(machine.cache) == []
+
+
+@pytest.mark.parametrize("lacks, status, said", [
+    row("a home", {"HOME": ""}, 1, "marrowvan: neither HOME nor XDG_CACHE_HOME is set\n"),
+    row("a home, but has a cache", {"HOME": "", "XDG_CACHE_HOME": "."}, 0, "Usage"),
+    row("a temporary folder", {"TMPDIR": "/none"}, 1, "marrowvan: there is no temporary folder"),
+    row("a cache", {"XDG_CACHE_HOME": "/proc"}, 1, "marrowvan: no folder for the run could be made"),
 ])
-def test_what_a_run_lacks_is_told(machine, variable, value, said):
-    ended = machine.run("--help", env={variable: value})
-    assert ended.status == 1 and said in ended.said
+def test_a_machine_that_lacks_something(machine, lacks, status, said):
+    ended = machine.run("--help", env=lacks)
+    assert ended.status == status and said in ended.said
 
 
 def test_a_start_from_the_menu_asks_and_tells_in_boxes(machine):
     machine.set_tool("zenity", ZENITY)
     machine.set_tool("mkisofs", "kill -KILL $PPID")
-    display = {"DISPLAY": ":0"}
-    assert machine.run("--dir", "game", "--cdi", "game.cdi", env=display).status == 137
-    assert machine.run(env=display).status == 1
-    boxes = re.findall(r"\[--(warning|directory|save|info)\]", (machine.home / "boxes").read_text())
-    assert boxes == ["warning", "directory", "save", "info"]
+    assert machine.run("--dir", "game", "--cdi", "game.cdi", env={"DISPLAY": ":0"}).status == 137
+    for display in ("DISPLAY", "WAYLAND_DISPLAY"):
+        assert machine.run(env={display: ":0"}).status == 1
+    boxes = (machine.home / "boxes").read_text()
+    assert re.findall(r"\[--(warning\]\[--no-markup|directory|save|info)\]", boxes) == [
+        "warning][--no-markup", "directory", "save", "info"] * 2
