@@ -66,10 +66,10 @@ inline constexpr Sentence WrongCheckValue = Warning(
 inline constexpr Sentence HeaderOnly = Error(
     "The boot sector holds a header only, and nothing that starts a program: "
     "the image was made without an IP.TMPL. "
-    "Put one beside the program, remove IP.BIN from the folder, and make it again.");
+    "Put one in its place, remove IP.BIN from the folder, and make it again.");
 inline constexpr Sentence NoStartCode = Error(
     "The boot sector has no code at offset 0x300, where the console starts it. "
-    "Put a complete IP.TMPL beside the program, remove IP.BIN from the folder, and make the image again.");
+    "Put a complete IP.TMPL in its place, remove IP.BIN from the folder, and make the image again.");
 
 inline constexpr Sentence VolumeElsewhere = Error(
     "The files cannot be read ({}). Make the image again; "
