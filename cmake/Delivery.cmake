@@ -67,9 +67,11 @@ function(deliver program description)
   if(HARDENED)
     set(symbols ${CMAKE_BINARY_DIR}/symbols/$<TARGET_FILE_NAME:${program}>.debug)
     file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/symbols)
+    # Windows programs get the time of the copying, unless a time is given: so they have the same bytes each time.
+    set(copy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
     add_custom_command(TARGET ${program} POST_BUILD
-      COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${program}> ${symbols}
-      COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:${program}>
+      COMMAND ${copy} --only-keep-debug $<TARGET_FILE:${program}> ${symbols}
+      COMMAND ${copy} --strip-all --add-gnu-debuglink=${symbols} $<TARGET_FILE:${program}>
       VERBATIM)
   endif()
 endfunction()

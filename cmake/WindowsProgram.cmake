@@ -7,9 +7,6 @@ foreach(header os subsystem)
   add_link_options(-Wl,--major-${header}-version,6,--minor-${header}-version,0)
 endforeach()
 
-# The same bytes whenever it is built.
-add_link_options(-Wl,--no-insert-timestamp)
-
 # Gives a program its resources. With ANY_FILE_NAME, 8-bit file names are UTF-8 and may be long where Windows can do
 # that: docs/maintenance.md tells who wants it.
 function(add_windows_resources PROGRAM DESCRIPTION)
