@@ -6,6 +6,7 @@ import subprocess
 import pytest
 
 import disc_reference
+from finished_disc import FinishedDisc
 
 OTHER_MAKERS = [pytest.param(tool, marks=pytest.mark.posix_only)
                 for tool in ("xorrisofs", "genisoimage") if shutil.which(tool)]
@@ -31,39 +32,22 @@ def job(build, tmp_path_factory, request):
                       "--cdvol", "Hello", "--coder", "Me", env=here)
     assert ended.status == 0 and "Usage" not in ended.said
     assert build.run("cdicheck", folder / "hello.cdi").status == 0
-    image = disc_reference.read_image(folder / "hello.cdi")
-    (folder / "hello.iso").write_bytes(image.iso)
     return folder
-
-
-def isoinfo(job, *arguments):
-    return subprocess.check_output(["isoinfo", "-N", "11702", "-i", job / "hello.iso", *arguments])
 
 
 def test_the_image_is_the_folder_behind_its_boot_sector(build, job):
     boot_sector = (job / "my g\xE4me/IP.BIN").read_bytes()
-    assert (job / "hello.iso").read_bytes()[:32768] == boot_sector
+    disc = FinishedDisc(build, job / "hello.cdi", job)
+    assert disc.content[:32768] == boot_sector
     assert boot_sector[256:] == (build.bin / "IP.TMPL").read_bytes()[256:]
-    assert sorted(isoinfo(job, "-R", "-f").decode().splitlines()) == [
+    assert disc.names == [
         "/1ST_READ.BIN", "/about.txt", "/levels", "/levels/first.txt", "/levels/second level.txt"]
 
 
 def test_the_boot_file_is_the_scrambled_program_and_runs(build, job):
-    packed, plain = isoinfo(job, "-x", "/1ST_READ.BIN;1"), job / "plain.bin"
-    (job / "packed.bin").write_bytes(packed)
-    assert build.run("scramble", "-d", job / "packed.bin", job / "program.bin") == (0, "")
+    disc, plain = FinishedDisc(build, job / "hello.cdi", job), job / "plain.bin"
     objcopy = ["sh-elf-objcopy", "-O", "binary", "-R", ".stack", build.hello_elf, plain]
     subprocess.run(objcopy, check=True)
-    assert (job / "program.bin").read_bytes() == plain.read_bytes()
-    assert packed == disc_reference.scramble(plain.read_bytes())
-
-    machine = ("timeout 60 qemu-system-sh4 -M r2d -nodefaults -net none -display none -monitor none"
-               " -serial null -serial stdio -device loader,file=hello.boot,addr=0x0c008000,force-raw=on"
-               " -device loader,file=program.bin,addr=0x0c010000,force-raw=on"
-               " -device loader,addr=0xac008300,cpu-num=0")
-    (job / "hello.boot").write_bytes((job / "hello.iso").read_bytes()[:32768])
-    running = subprocess.Popen(machine.split(), cwd=job, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE)
-    spoken = running.stdout.readline()
-    running.terminate()  # which ends the machine as well
-    running.communicate()
-    assert spoken == b"Marrowvane hello\r\n"
+    assert disc.program == plain.read_bytes()
+    assert disc.boot_file == disc_reference.scramble(plain.read_bytes())
+    assert disc.run() == b"Marrowvane hello\r\n"
