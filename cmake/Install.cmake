@@ -2,12 +2,14 @@
 # its own. The component `portable` is such a folder, as the archives hold it; `debian` is what a .deb has besides.
 set(PROGRAMS marrowvan scramble cdi4dc cdicheck)
 set(DOCUMENTS NEWS.md README.md THIRD-PARTY.md)
+# The example's part of this build, and what building examples in their place leaves there.
+set(NO_EXAMPLE REGEX "/examples/(CMakeLists\\.txt|cmake/build)$|\\.(o|elf|cdi|disc)$" EXCLUDE)
 
 function(install_portable_folder)
   set(what COMPONENT portable EXCLUDE_FROM_ALL)
   install(TARGETS ${PROGRAMS} DESTINATION . ${what})
   install(FILES ${PORTABLE_FOLDER}/IP.TMPL ${DOCUMENTS} LICENSE DESTINATION . ${what})
-  install(DIRECTORY docs examples DESTINATION . ${what} PATTERN CMakeLists.txt EXCLUDE)
+  install(DIRECTORY docs examples DESTINATION . ${what} ${NO_EXAMPLE})
   install(FILES ${CMAKE_BINARY_DIR}/examples/hello.elf DESTINATION examples/hello ${what})
   if(TARGET mkisofs)
     install(TARGETS mkisofs DESTINATION . ${what})
@@ -48,7 +50,7 @@ function(install_for_machine)
     install_compressed(packaging/man/${page}.1 share/man/man1 ${what})
   endforeach()
   install(FILES ${DOCUMENTS} DESTINATION ${documents} ${what})
-  install(DIRECTORY docs examples DESTINATION ${documents} ${what} PATTERN CMakeLists.txt EXCLUDE)
+  install(DIRECTORY docs examples DESTINATION ${documents} ${what} ${NO_EXAMPLE})
   install(FILES LICENSE DESTINATION ${documents} COMPONENT licence)
 
   set(what COMPONENT debian EXCLUDE_FROM_ALL)
