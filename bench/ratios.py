@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Whole programs beside cp and cat, and the whole job beside its tools by hand: in turns, from a warm cache, medians.
 
 Usage: ratios.py BIN_FOLDER [FOLDER]; FOLDER (default: a new one in /tmp) needs 4 GB of room."""

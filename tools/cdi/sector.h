@@ -19,8 +19,6 @@ inline constexpr std::size_t SyncAndHeaderSize = 16;
 inline constexpr std::size_t StoredSectorSize = 2336;
 inline constexpr std::size_t SubheaderSize = 8;
 inline constexpr std::size_t EdcOffset = SubheaderSize + UserDataSize;
-inline constexpr std::size_t PParityOffset = EdcOffset + 4;
-inline constexpr std::size_t QParityOffset = PParityOffset + 172;
 
 /// The EDC of `bytes`: CRC with the polynomial x^32 + x^31 + x^16 + x^15 + x^4 + x^3 + x + 1, least
 /// significant bit first, start 0, no inversion (ECMA-130, 14.3).

@@ -92,10 +92,7 @@ Volume ReadVolume(const cdi::Image& image, std::int64_t start) {
   }
   constexpr disc::Field rootRecord = volume_descriptor::RootRecord;
   const Record root = ReadRecord(std::span(descriptor).subspan(rootRecord.offset, rootRecord.width));
-  Volume volume{.name = TextOf(descriptor, volume_descriptor::VolumeName),
-                .rootLba = root.lba,
-                .files = {},
-                .unreadable = {}};
+  Volume volume{.name = TextOf(descriptor, volume_descriptor::VolumeName), .files = {}, .unreadable = {}};
   struct Folder {
     std::string path;
     Record record;

@@ -24,7 +24,6 @@ struct UnreadableFolder {
 /// An ISO 9660 volume (ECMA-119).
 struct Volume {
   std::string name;
-  std::uint32_t rootLba;
   std::vector<FileEntry> files;
   std::optional<UnreadableFolder> unreadable;  ///< the first such folder; its files are missing in `files`
 };
