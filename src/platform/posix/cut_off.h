@@ -10,8 +10,7 @@ namespace platform::posix {
 inline constexpr std::array NotedSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
 /// While it lives, a signal that asks for the end is noted and not obeyed, so that IP.BIN gets back into its
-/// place; one that was ignored before stays so. It counts as cutting the
-/// tool off.
+/// place. It counts as cutting the tool off. One that was ignored before stays so.
 class SignalsNoted {
  public:
   SignalsNoted();
