@@ -57,7 +57,7 @@ if(HARDENED)
 endif()
 
 # Puts a program into the portable folder. It needs no library of the compiler's. What a debugger needs of it stands
-# in the folder `symbols` of the build. The description, and ANY_FILE_NAME behind it, are for its resources on Windows.
+# in the folder `symbols` of the build. Description and ANY_FILE_NAME, behind it, are for its resources on Windows.
 function(deliver program description)
   target_link_options(${program} PRIVATE -static-libstdc++ -static-libgcc)
   set_target_properties(${program} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PORTABLE_FOLDER})

@@ -1,5 +1,6 @@
-# What is installed where. By default it is for a whole machine: a launcher on PATH gives each run a portable folder of
-# its own. The component `portable` is such a folder, as the archives hold it; `debian` is what a .deb has besides.
+# What is installed where. By default it is for a whole machine: a launcher on PATH gives each run a portable folder
+# of its own. The component `portable` is such a folder, as the archives hold it; `debian` is what a .deb has besides,
+# and instead of `licence`.
 set(PROGRAMS marrowvan scramble cdi4dc cdicheck)
 set(DOCUMENTS NEWS.md README.md THIRD-PARTY.md)
 # The example's part of this build, and what building examples in their place leaves there.
@@ -18,7 +19,8 @@ function(install_portable_folder)
   endif()
 endfunction()
 
-# install_compressed(FILE DESTINATION COMPONENT ...): a text as the readers of such texts find it, the same bytes each time.
+# install_compressed(FILE DESTINATION COMPONENT ...): a text as the readers of such texts find it, the same bytes each
+# time.
 function(install_compressed file destination)
   get_filename_component(name ${file} NAME)
   set(compressed ${GENERATED_FOLDER}/${name}.gz)
