@@ -8,6 +8,7 @@ import pytest
 
 from finished_disc import FinishedDisc
 
+pytestmark = pytest.mark.posix_only
 MAKE = 'make -C {} MARROWVAN="$TOOLS/marrowvan" CDICHECK="$TOOLS/cdicheck"'
 CMAKE = ('cd cmake; [ -e build ] || cmake -S . -B build -G "{}" --toolchain sh4.cmake'
          ' -DMARROWVAN="$TOOLS/marrowvan" -DCDICHECK="$TOOLS/cdicheck" && cmake --build build')

@@ -10,6 +10,7 @@ from pathlib import Path
 import pytest
 from conftest import TOO_LONG, USER, Finished, names
 
+pytestmark = pytest.mark.posix_only
 BOOT_SECTOR = b"the user's own".ljust(96) + b"1ST_READ.BIN".ljust(16) + bytes(32656)
 KILL_LAUNCHER = "read -r _ _ _ launcher _ < /proc/$PPID/stat; kill -KILL $launcher"
 TOOLS = {"sh-elf-objcopy": 'cp "$5" "$6"', "scramble": 'cp "$1" "$2"', "cdi4dc": 'cp "$1" "$2"',
@@ -51,9 +52,11 @@ class Machine:
 
     def set_tool(self, tool, script):
         folder = self.root / "usr" / ("lib/marrowvane" if tool in ("scramble", "cdi4dc") else "bin")
+        folder.chmod(0o755)
         (folder / tool).unlink(missing_ok=True)
         (folder / tool).write_text(f"#!/bin/sh\n{script}\n")
-        (folder / tool).chmod(0o755)
+        for path in (folder / tool, folder):
+            path.chmod(0o555)
 
     def give_game(self, folder):
         folder.mkdir(exist_ok=True)
@@ -166,6 +169,16 @@ def test_what_others_put_into_the_place_of_a_lost_temporary_folder_stays(machine
     machine.own_it()
     assert "marrowvan: " not in machine.run("--help").said
     assert theirs.exists() and names(machine.cache) == []
+
+
+@pytest.mark.skipif(os.getuid() != 0, reason="only root can give a folder to another user")
+def test_what_others_left_stays(machine):
+    theirs = machine.cache / "marrowvane/run-theirs"
+    theirs.mkdir(parents=True)
+    machine.own_it()
+    os.chown(theirs, 0, 0)
+    theirs.chmod(0o777)
+    assert "marrowvan: " not in machine.run("--help").said and names(theirs.parent) == ["run-theirs"]
 
 
 @pytest.mark.parametrize("lacks, status, said", [
