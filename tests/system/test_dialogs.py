@@ -100,8 +100,10 @@ def play(desk, display):
 def choose_folder(desk):
     title = ASK_FOLDER[desk.build.is_windows]
     take_focus(title)
-    if desk.build.is_windows:  # from the desktop to "My Computer", to the drive C, to the folder by its name
-        press("shift+Tab", "Home", "Down", "Down", "Down", "Right", "Down", "Right")
+    if desk.build.is_windows:  # by their names, since what the user's home has stands in the tree as well
+        press("shift+Tab", "Home")
+        type_in("My Comp")
+        press("Right", "Down", "Right")  # to the drive C
         type_in("zz")
     else:
         type_in("/")
