@@ -15,8 +15,8 @@ posix_only = pytest.mark.posix_only
 MiB = 1 << 20
 Iso = make_iso({b"A.BIN;1": random.Random(1).randbytes(109 * 2048)})  # two batches of 64 sectors, and one
 Sizes = [0, 31, 127, 128, 299, 32767, 65536, MiB - 1, MiB + 32, 2 * MiB - 1, 2 * MiB, 3 * MiB, 3 * MiB + 65]
-Files = {"good": Iso, "empty": b"", "odd": Iso + b".", "short": Iso[:32768], "cut": Iso[:34816],
-         "output": b"older"}
+Files = {"good": Iso, "empty": b"", "odd": Iso + b".", "short": Iso[:32768], "cut": Iso[:-2048],
+         "zeros": bytes(34816), "output": b"older"}
 
 
 @pytest.fixture
@@ -47,19 +47,23 @@ def test_makes_the_image(build, folder, name):
 
 @posix_only
 def test_writes_the_file_that_a_link_leads_to(build, folder):
+    """Also where a killed process of the same number has left its part."""
     (folder / "link").symlink_to("output")
-    assert build.run("scramble", "good", "link", cwd=folder) == (0, "")
+    leave_part = {"umask": 0, "preexec_fn": lambda: open(f".part-{os.getpid()}", "x")}
+    assert build.run("scramble", "good", "link", cwd=folder, **leave_part) == (0, "")
     assert (folder / "output").read_bytes() == scramble(Iso) and (folder / "link").is_symlink()
+    assert (folder / "output").stat().st_mode & 0o777 == 0o666 and {*names(folder)} == {*Files, "link"}
 
 
 @pytest.mark.parametrize("line, status, said", [
     ("cdi4dc empty output", 1, "^cdi4dc: empty: the file is empty$"),
     ("cdi4dc odd output", 1, "odd: .*multiple of 2048"),
     ("cdi4dc short output", 1, "short: no ISO 9660"),
-    ("cdi4dc cut output", 1, "cut: ends after 17 of its volume's 129 sectors"),
+    ("cdi4dc zeros output", 1, "zeros: no ISO 9660"),
+    ("cdi4dc cut output", 1, "cut: ends after 128 of its volume's 129 sectors"),
     ("cdi4dc . output", 1, r"\.: not a file"),
     ("cdi4dc good .", 1, r"\.: not a file"),
-    ("cdi4dc good nowhere/output", 1, "^cdi4dc: nowhere/output: .*no"),
+    ("cdi4dc -- good nowhere/output", 1, "^cdi4dc: nowhere/output: .*no"),
     ("cdi4dc good", 1, "OUT.cdi is required"),
     ("cdi4dc --version", 0, r"^cdi4dc \d+\.\d+$"),
     ("scramble nowhere output", 1, "^scramble: nowhere: .*not? .*f"),
@@ -73,17 +77,23 @@ def test_leaves_the_older_output(build, folder, line, status, said):
 
 
 @posix_only
-@pytest.mark.parametrize("end, said", [(360000, ""), (360001, "output: warning: 360001 .*\ncdi4dc: ")])
-def test_warns_of_an_overfull_disc(build, folder, end, said):
+@pytest.mark.parametrize("end, said", [
+    (360000, "output: File too large"),
+    (360001, "output: warning: 360001 .*\ncdi4dc: output: File too large"),
+    (2**32 - 150, "good: too large for an image"),
+])
+def test_tells_of_an_overfull_disc(build, folder, end, said):
     os.truncate(folder / "good", (end - 11702) * 2048)
     found = build.run("cdi4dc", "good", "output", cwd=folder, restore_signals=False,
                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (MiB, MiB)))
-    assert found.status == 1 and re.fullmatch(f"cdi4dc: {said}output: File too large\n", found.said)
+    assert found.status == 1 and re.fullmatch(f"cdi4dc: {said}\n", found.said)
 
 
 @posix_only
 def test_shows_its_progress_on_a_terminal(build, folder):
     screen, terminal = pty.openpty()
+    os.truncate(folder / "good", 20000 * 2048)  # more batches than percents
     subprocess.run([build.program("cdi4dc"), "good", "output"], cwd=folder, stderr=terminal, check=True)
     os.set_blocking(screen, False)
-    assert re.fullmatch(rb"(\rcdi4dc: \d\d %)+\rcdi4dc: 100 %\r\n", os.read(screen, 1000))
+    shown = "".join(f"\rcdi4dc: {percent} %" for percent in range(101))
+    assert os.read(screen, 9999).decode() == shown + "\r\n"

@@ -16,7 +16,10 @@ TEST(SectorEncoders, AllWriteTheSameBytesAndSeeTheSameDamage) {
     std::array<std::byte, StoredSectorSize> expected{};
     SectorEncoders().front().encode(userData.data(), expected.data());
     std::array<std::byte, PaddedAreaSize> area{};
-    std::byte* damaged = std::ranges::copy(expected, area.begin() + HeaderSize).out - 1 - random() % 2336;
+    std::ranges::copy(expected, area.begin() + HeaderSize);
+    const std::size_t q = Rows * RowSize + random() % ColumnSize;  // in the Q parity
+    const std::vector<std::size_t> damages[] = {{HeaderSize + random() % StoredSectorSize},
+                                                {q, q + ColumnSize}};  // whose plain sum stays zero
     for (const SectorEncoder& encoder : SectorEncoders()) {
       SCOPED_TRACE(encoder.name);
       std::array<std::byte, StoredSectorSize> stored{};
@@ -24,9 +27,11 @@ TEST(SectorEncoders, AllWriteTheSameBytesAndSeeTheSameDamage) {
       ASSERT_EQ(stored, expected);
       ASSERT_EQ(encoder.edc(std::span(stored).first(EdcOffset + 4)), 0U) << "as of all that ends in its EDC";
       ASSERT_TRUE(encoder.hasParity(area.data()));
-      *damaged ^= std::byte{1};
-      ASSERT_FALSE(encoder.hasParity(area.data()));
-      *damaged ^= std::byte{1};
+      for (const std::vector<std::size_t>& damage : damages) {
+        for (const std::size_t at : damage) area[at] ^= std::byte{1};
+        ASSERT_FALSE(encoder.hasParity(area.data()));
+        for (const std::size_t at : damage) area[at] ^= std::byte{1};
+      }
     }
   }
 }
