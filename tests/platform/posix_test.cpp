@@ -68,9 +68,13 @@ TEST_F(Files, LinksMoveAndMatchAsTheirFilesAndLeaveThemAsTheyAre) {
   for (const char* name : {".c.elf", "d.ELF", "z.elf"}) std::ofstream(name) << name;
   std::filesystem::create_symlink("z.elf", "m\xFFn.elf");
   EXPECT_EQ(FirstMatch(L"*.elf"), L"m\xDCFFn.elf");
+  EXPECT_FALSE(PathExists(L"b.elf"));
   std::filesystem::permissions("z.elf", perms(0440));
   ResetAttributes(L"m\xDCFFn.elf");
   EXPECT_EQ(std::filesystem::status("z.elf").permissions(), perms(0440));
+  std::filesystem::last_write_time("z.elf", {});
+  EXPECT_EQ(FileTime(L"m\xDCFFn.elf"), FileTime(L"z.elf"));
+  EXPECT_EQ(EndOf([] { Move(L"m\xDCFFn.elf", L"none/to"); }), 76);
   Move(L"m\xDCFFn.elf", L"moved");
   EXPECT_TRUE(ReadFile("moved") == "z.elf" && !std::filesystem::is_symlink("moved"));
   EXPECT_EQ(FirstMatch(L"m*"), L"moved") << "the link is gone";
@@ -127,5 +131,7 @@ TEST_F(Files, TempFolderIsPrivateOrNone) {
   std::filesystem::rename("elsewhere", folder);
   const bool isRoot = ::chown(folder.c_str(), 1, 1) == 0;  // nobody else can give a folder away
   EXPECT_EQ(TempFolder().empty(), isRoot) << "another's";
+  ::setenv("TMPDIR", "", 1);
+  EXPECT_TRUE(TempFolder().starts_with(posix::Widen("/tmp/" + folder + "/")));
   ::unsetenv("TMPDIR");
 }

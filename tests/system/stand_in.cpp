@@ -1,7 +1,7 @@
 // Stands in for an outside tool: notes its command line in the file "log" beside itself, creates its output,
 // and does what the file "<its name>.does" says instead or as well:
 //   nothing    ends at once                    half       writes half its output, then dies of a signal
-//   exit1      ends with an exit status of 1   old        dates its output back by a day
+//   exit1      ends with an exit status of 1   old        dates its output back by an hour
 //   speak      says so on both outputs         interrupt  as from the keyboard: its starter and itself
 
 #ifdef _WIN32
@@ -53,8 +53,8 @@ int main(int argc, char** argv) {
   std::ofstream(output) << "made by ";
   if (does == "half") std::raise(SIGTERM);
   std::ofstream(output, std::ios::app) << tool;
-  const auto yesterday = std::filesystem::file_time_type::clock::now() - std::chrono::hours(24);
-  if (does == "old") std::filesystem::last_write_time(output, yesterday);
+  const auto anHourAgo = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+  if (does == "old") std::filesystem::last_write_time(output, anHourAgo);
   if (does == "interrupt") {
 #ifndef _WIN32
     ::kill(::getppid(), SIGINT);

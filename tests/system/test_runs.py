@@ -48,8 +48,8 @@ def prepare(desk, script):
                 f"echo old > game/1ST_READ.BIN; echo half > app/{tool}.does", said,
                 left if left == BUILT else f"1ST_READ.BIN {left}") for tool, said, left in FAILURES),
     row("mkisofs complains behind its work", "echo exit1 > app/mkisofs.does", "", BUILT),
-    row("an ISO image of yesterday", "echo old > app/mkisofs.does", "mkisofs ISO time mismatch!", BUILT),
-    row("a .cdi image of yesterday", "echo old > app/cdi4dc.does", "cdi4dc CDI time mismatch!", BUILT),
+    row("an ISO image of an hour ago", "echo old > app/mkisofs.does", "mkisofs ISO time mismatch!", BUILT),
+    row("a .cdi image of an hour ago", "echo old > app/cdi4dc.does", "cdi4dc CDI time mismatch!", BUILT),
     posix_row("an old data.iso that mkisofs does not replace, being a folder",
               "echo nothing > app/mkisofs.does; cd temp/*/*; rm *; mkdir data.iso; touch -d 2001-1-1 *",
               "mkisofs ISO time mismatch!", BUILT),
@@ -108,6 +108,7 @@ def test_the_tools_run_in_their_order_with_their_arguments_to_the_character(desk
                     f' -o "{desk.iso}" "{game}"') + " IP.BIN is here",
         noted(desk, f'"{app}/cdi4dc.exe" "{desk.iso}" "{desk.cdi}"')]
     assert names(game) == BUILT.split() and names(desk.iso.parent) == []
+    assert desk.build.is_windows or len({path.stat().st_mode for path in game.iterdir()}) == 1
 
 
 def test_scrambling_in_place_is_hidden(desk):
@@ -185,6 +186,11 @@ class TestWhoeverStartsIt:
         process = desk.start("--dir", "none", "--cdi", "x", stdin=pty.openpty()[1], stderr=subprocess.PIPE)
         assert process.communicate(timeout=TOO_LONG)[1] == USAGE.encode()
 
+    def test_without_standard_input_nobody_is_asked_at_the_terminal(self, desk):
+        user, terminal = pty.openpty()
+        process = desk.start("--dir", "none", "--cdi", "x", stdin=subprocess.DEVNULL, stderr=terminal)
+        assert process.wait() == 1 and os.read(user, 4096).replace(b"\r", b"") == USAGE.encode()
+
     def test_an_interrupt_while_no_tool_runs_ends_the_run(self, desk):
         prepare(desk, "echo nothing > app/scramble.does")
         user, _, process = start_at_a_terminal(desk, "", "--dir", desk.game, "--cdi", desk.cdi)
@@ -222,7 +228,7 @@ class TestWhoeverStartsIt:
     ])
     def test_a_run_at_a_display(self, desk, arguments, zenity_ends, ends, asked):
         """The starter ignores the end of children; the program's name is markup if the messages are."""
-        desk.program = desk.program.rename(desk.app / "<b>&amp")
+        desk.program = desk.program.rename(desk.app / "<b>.&amp.x")
         (desk.root / "zenity").write_text(ZENITY)
         (desk.root / "zenity").chmod(0o755)
         notes = desk.root / "notes.C.UTF-8"
@@ -230,6 +236,7 @@ class TestWhoeverStartsIt:
                        "NOTES": desk.root / "notes", "STATUS": zenity_ends, "FOLDER": desk.game,
                        "IMAGE": desk.cdi}
         ignore_children = {"preexec_fn": lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN)}
-        assert desk.run(*arguments, env=environment, **ignore_children).status == ends
-        assert notes.read_bytes().decode().replace("<b>&amp", "marrowvan").split("]\n") == [*asked, ""]
+        ended = desk.run(*arguments, env=environment, **ignore_children)
+        assert ended.status == ends and ("Usage" in ended.said) == (zenity_ends != 0)
+        assert notes.read_bytes().decode().replace("<b>.&amp", "marrowvan").split("]\n") == [*asked, ""]
         assert desk.cdi.read_text() == ("older" if ends else "made by cdi4dc")

@@ -23,9 +23,11 @@ void RequireNoOpenFile() {
   if (!host.open.empty()) throw PermissionDenied;
 }
 
-void ShowMessage(const Text& text, int style) { host.messages += std::to_wstring(style) + L" " + text; }
+void ShowMessage(const Text& text, int style) {
+  host.messages += host.hasMemory ? std::to_wstring(style) + L" " + text : throw std::bad_alloc();
+}
 
-Text RawCommandLine() { return host.commandLine; }
+Text RawCommandLine() { return host.hasMemory ? host.commandLine : throw std::bad_alloc(); }
 
 Text AppDir() { return L"C:\\tools"; }
 

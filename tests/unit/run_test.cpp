@@ -108,6 +108,12 @@ TEST(ReportRuntimeError, KnownErrorsNeedTheirDescriptionToTheLetter) {
   EXPECT_EQ(Report(std::exception()), L"0 Run-time error: '57'\r\n\r\nDevice I/O error");
 }
 
+TEST(Main, TellsByItsStatusWhatItCannotSay) {
+  fake::Reset();
+  host.hasMemory = false;
+  EXPECT_EQ(Main(), 1);
+}
+
 /// An ELF file and options, then a plain program with an IP.BIN of the user's and dialogs.
 TEST(BuildImage, WhicheverOperationFailsTheProgramIsNeverLost) {
   for (const bool isElf : {true, false}) {
