@@ -132,6 +132,8 @@ TEST_F(Files, TempFolderIsPrivateOrNone) {
   const bool isRoot = ::chown(folder.c_str(), 1, 1) == 0;  // nobody else can give a folder away
   EXPECT_EQ(TempFolder().empty(), isRoot) << "another's";
   ::setenv("TMPDIR", "", 1);
-  EXPECT_TRUE(TempFolder().starts_with(posix::Widen("/tmp/" + folder + "/")));
+  const std::string inTmp = posix::Narrow(TempFolder());
+  EXPECT_TRUE(inTmp.starts_with("/tmp/" + folder + "/"));
+  std::filesystem::remove(inTmp);
   ::unsetenv("TMPDIR");
 }
