@@ -2,9 +2,6 @@
 # of its own. The component `portable` is such a folder, as the archives hold it; `debian` is what a .deb has besides,
 # and instead of `licence`.
 set(PROGRAMS marrowvan scramble cdi4dc cdicheck)
-# Whatever the umask is: a folder that root makes is one for all users.
-set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(DOCUMENTS NEWS.md README.md THIRD-PARTY.md)
 # The example's part of this build, and what building examples in their place leaves there.
 set(NO_EXAMPLE REGEX "/examples/(CMakeLists\\.txt|cmake/build)$|\\.(o|elf|cdi|disc)$" EXCLUDE)

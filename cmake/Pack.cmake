@@ -6,7 +6,6 @@ set(CPACK_INSTALL_CMAKE_PROJECTS
   ${CMAKE_BINARY_DIR} marrowvane machine /
   ${CMAKE_BINARY_DIR} marrowvane debian /)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
 set(CPACK_STRIP_FILES OFF)  # what is delivered is stripped when it is built
 
 set(CPACK_PACKAGE_VENDOR "The Marrowvane developers")
