@@ -74,7 +74,8 @@ def play(desk, display):
     """Plays a scene with a run without options, where nobody else presses OK. A key that is pressed while a
     window comes or goes may be lost, so a scene that got stuck is played again, twice at most."""
     desk.program = desk.program.rename(desk.program.with_stem("by_hand"))
-    environment = {"DISPLAY": display, "PATH": os.environ["PATH"], "GSETTINGS_BACKEND": "memory"}
+    environment = {"DISPLAY": display, "PATH": os.environ["PATH"], "GSETTINGS_BACKEND": "memory",
+                   "XDG_DATA_HOME": desk.root}  # or the user's would remember what was chosen
     call = desk.build.call(desk.program, env=desk.environment(environment))
 
     def play_once(scene):
