@@ -36,13 +36,15 @@ void BuildImage(const Text& selfbootDir) {
   const Text volumeName = ChooseVolumeName(selfbootDir);
 
   ForceDelete(isoPath);
-  // IP.BIN is the image's boot area and must not be one of its files as well.
-  platform::Move(bootSectorPath, parkedBootSectorPath);
-  mShell::RunAndWait(Quote(app + L"mkisofs.exe") + L" -G " + Quote(parkedBootSectorPath) +
-                         L" -C 0,11702 -J -l -r -V " + Quote(volumeName) + L" -o " + Quote(isoPath) + L" " +
-                         Quote(selfbootDir),
-                     mShell::ShowNormal);
-  platform::Move(parkedBootSectorPath, bootSectorPath);
+  platform::HoldInterruptsDuring([&] {
+    // IP.BIN is the image's boot area and must not be one of its files as well.
+    platform::Move(bootSectorPath, parkedBootSectorPath);
+    mShell::RunAndWait(Quote(app + L"mkisofs.exe") + L" -G " + Quote(parkedBootSectorPath) +
+                           L" -C 0,11702 -J -l -r -V " + Quote(volumeName) + L" -o " + Quote(isoPath) + L" " +
+                           Quote(selfbootDir),
+                       mShell::ShowNormal);
+    platform::Move(parkedBootSectorPath, bootSectorPath);
+  });
   VerifyStageOutput(isoPath, startTicks, L"Unknown error: mkisofs failed!",
                     L"Unknown error: mkisofs ISO time mismatch!");
 

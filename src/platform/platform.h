@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <ratio>
 #include <span>
@@ -69,6 +70,10 @@ Text TempFolder();
 /// Starts the program that `commandLine` names first, and returns when it has ended, or at once if it could
 /// not be started. `showStyle` 0 hides the tool's console, 1 shows it.
 void StartAndWait(const Text& commandLine, int showStyle);
+
+/// Does `work`. A request to end the process (such as Ctrl-C) that arrives meanwhile is obeyed only
+/// afterwards: tools are no longer started, and every path counts as missing. Raises what `work` raises.
+void HoldInterruptsDuring(const std::function<void()>& work);
 
 /// Milliseconds since the machine started, in 32 bits, taken as signed.
 std::int32_t TickCount();

@@ -1,11 +1,14 @@
 // Loaded in front of the C library (LD_PRELOAD), it makes calls fail in the program FAIL_PROGRAM, not in
-// those that this one starts. By the word "read:3:5" in FAIL_CALLS the third call of read fails with error 5,
-// and a file FAIL_LOG tells that it did. Number 0 means every call, untold; error 0 lets one byte through.
+// those that this one starts. The word "read:3:5" in FAIL_CALLS makes the third call of read fail with error
+// 5 and create the file FAIL_LOG. Number 0 means every call, without the file. Error 0 lets one byte through,
+// and error -2 makes the call after the program has sent itself signal 2.
 
 #include <dlfcn.h>
 #include <errno.h>
 
 #include <atomic>
+#include <climits>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,10 +17,12 @@
 using Word = long;
 using Call = Word(Word, Word, Word, Word, Word, Word);
 
-/// The error that this call is to fail with; -1 if it is not to fail.
+constexpr int Untouched = INT_MIN;
+
+/// The third number of the word for this call; `Untouched` if there is none.
 static int ErrorOf(const char* name, int number) {
   const char* program = std::getenv("FAIL_PROGRAM");
-  if (program == nullptr || std::strcmp(program, program_invocation_short_name) != 0) return -1;
+  if (program == nullptr || std::strcmp(program, program_invocation_short_name) != 0) return Untouched;
   for (const char* word = std::getenv("FAIL_CALLS"); word != nullptr; word = std::strchr(word + 1, ' ')) {
     char wanted[32];
     int at = 0, error = 0;
@@ -26,7 +31,7 @@ static int ErrorOf(const char* name, int number) {
     if (at != 0) std::fclose(std::fopen(std::getenv("FAIL_LOG"), "w"));  // past the wrappers
     return error;
   }
-  return -1;
+  return Untouched;
 }
 
 // `symbol` is what the linker knows the call by, `name` what it counts as; `failed` is what it then gives.
@@ -35,6 +40,7 @@ static int ErrorOf(const char* name, int number) {
   Word Wrapped_##symbol(Word a, Word b, Word c, Word d, Word e, Word f) {                \
     const auto real = reinterpret_cast<Call*>(::dlsym(RTLD_NEXT, #symbol));              \
     const int error = ErrorOf(#name, ++calls_##name);                                    \
+    if (error < 0 && error != Untouched) std::raise(-error);                             \
     if (error <= 0) return real(a, b, error == 0 ? 1 : c, d, e, f);                      \
     errno = error;                                                                       \
     return failed;                                                                       \

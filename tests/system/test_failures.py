@@ -4,7 +4,7 @@ import os
 import pty
 import subprocess
 import termios
-from errno import EDQUOT, EINTR, EINVAL, EIO, ENOENT, ENOMEM, ENOSYS, EOPNOTSUPP, EXDEV
+from errno import errorcode, EDQUOT, EINTR, EINVAL, EIO, ENOENT, ENOMEM, ENOSYS, EOPNOTSUPP, EPERM, EXDEV
 from signal import SIG_DFL, SIG_IGN, SIGHUP, SIGINT, SIGKILL, SIGTERM, signal
 
 import pytest
@@ -14,6 +14,7 @@ PLAIN = b"0123456789abcdefghijklmnopqrstuvwxyz" + bytes(n * n % 251 for n in ran
 ELF = b"\x7FELF" + PLAIN
 BODY = b"u" * 32656
 GAMES = {"ELF file": {"demo.elf": ELF},
+         "binary": {"1ST_READ.BIN": PLAIN},
          "ELF file, older program": {"demo.elf": ELF, "1ST_READ.BIN": b"older"},
          "binary, other volume": {"game.bin": PLAIN, "IP.BIN": b"u" * 96 + b"game.bin".ljust(16) + BODY}}
 TOOLS = {"sh-elf-objcopy": '/bin/cp "$5" "$6"', "cdi4dc": '/bin/cp "$1" "$2"',  # an image is what lies behind
@@ -24,8 +25,8 @@ NO_PROC = f" access:0:{ENOENT}"  # so an open file without a name could not get 
 ISO = (bytes(32768) + b"\1CD001\1" + PLAIN * 90)[:237 * 2048]
 RUNS = [  # waiting fails with EINTR only: with any other error, the run would overtake its tool
     ("ELF file", EIO, f"{ANY_GAME} fstatat opendir readdir renameat2 stat", "a failure"),
-    ("binary, other volume", EIO, f"{ANY_GAME} fchmod fsync futimens unlink", "a failure"),
-    ("binary, other volume", EIO, "chmod mkdir", ""),
+    ("binary, other volume", EIO, f"{ANY_GAME} fsync unlink", "a failure"),
+    ("binary, other volume", EIO, "chmod fchmod futimens mkdir", ""),
     ("ELF file", EINVAL, "renameat2", ""),  # as of a file system that cannot rename without replacing
     ("binary, other volume", EINTR, "close read waitid waitpid write", ""),
     ("binary, other volume", 0, "read write", ""),  # no error, but one byte instead of many
@@ -54,7 +55,7 @@ def each_failure(run, folder, call, error):
     assert number > 1, f"{call} is never called"
 
 
-def make_image(desk, game, calls):
+def lay_out(desk, game):
     for path in [*desk.root.rglob("*.[!T]*")]:  # what an earlier run left, the template apart
         path.unlink()
     for name, contents in GAMES[game].items():
@@ -62,8 +63,15 @@ def make_image(desk, game, calls):
     for tool, script in TOOLS.items():
         desk.tool(tool).write_text(f"#!/bin/sh\n{script}\n")
     desk.cdi.write_bytes(b"older")
-    always = f" renameat2:0:{EXDEV}" if "other volume" in game else ""
-    return desk.make_image(env=failing(desk.build, "marrowvan", calls + always, desk.root))
+
+
+def run_failing(desk, calls):
+    return desk.make_image(env=failing(desk.build, "marrowvan", calls, desk.root))
+
+
+def make_image(desk, game, calls):
+    lay_out(desk, game)
+    return run_failing(desk, calls + (f" renameat2:0:{EXDEV}" if "other volume" in game else ""))
 
 
 @pytest.mark.parametrize("game, error, call, expected", [
@@ -82,6 +90,35 @@ def test_a_run_keeps_its_promises(desk, game, error, call, expected):
         }
         seen |= {promise for promise, kept in promises.items() if not kept}
     assert ", ".join(sorted(seen)) == expected
+
+
+@pytest.mark.parametrize("game", ["ELF file", "binary"])
+@pytest.mark.parametrize("rename_error", [
+    pytest.param(EXDEV, id="the program is on another volume"),
+    *(pytest.param(error, id=f"no renaming without replacing ({errorcode[error]})")
+      for error in (EINVAL, ENOSYS, EOPNOTSUPP))])
+def test_a_volume_that_refuses_modes_and_times_takes_the_job_twice(desk, game, rename_error):
+    lay_out(desk, game)
+    refusals = f"chmod:0:{EPERM} fchmod:0:{EPERM} futimens:0:{EOPNOTSUPP} renameat2:0:{rename_error}"
+    for _ in range(2):
+        assert run_failing(desk, refusals) == (0, "")
+        assert desk.cdi.read_bytes().upper().endswith(PLAIN.upper()[96:])
+        desk.cdi.unlink()
+        assert "IP.BIN" in names(desk.game) and "IP.BIN" not in names(desk.app)
+
+
+@pytest.mark.parametrize("call", [
+    pytest.param("renameat2:{0}", id="that renames"),
+    pytest.param(f"renameat2:0:{EXDEV} fsync:{{0}}", id="that copies")])
+@pytest.mark.parametrize("move", [
+    pytest.param(1, id="first move"), pytest.param(2, id="second move")])
+def test_a_signal_during_a_move_of_the_boot_sector_leaves_it_in_the_folder(desk, move, call):
+    lay_out(desk, "ELF file")
+    status, said = run_failing(desk, call.format(move) + f":-{SIGINT}")
+    assert status == 1 and said.startswith("Unknown error: mkisofs failed!")
+    assert "IP.BIN" in names(desk.game) and "IP.BIN" not in names(desk.app)
+    assert desk.iso.exists() == (move == 2), "mkisofs is not started after the signal"
+    assert desk.make_image() == (0, "")
 
 
 def test_a_failure_is_told_although_the_telling_is_interrupted(desk):

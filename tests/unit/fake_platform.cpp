@@ -42,6 +42,8 @@ std::optional<Text> AskForFolder(const Text&) { return Text(L"C:\\dc\0\0", 7); }
 
 std::optional<Text> AskForFileToSave(const SaveDialog&) { return Text(L" C:\\x.cdi\0   ", 13); }
 
+void HoldInterruptsDuring(const std::function<void()>& work) { work(); }
+
 /// Every tool creates its output: the path behind "-o", or else the last one.
 void StartAndWait(const Text& commandLine, int) {
   RequireNoOpenFile();
@@ -53,7 +55,11 @@ void StartAndWait(const Text& commandLine, int) {
 
 std::int32_t TickCount() { return host.ticks; }
 
-std::string ToBytes(const Text& text) { return {text.begin(), text.end()}; }
+std::string ToBytes(const Text& text) {
+  std::string bytes;
+  for (const wchar_t c : text) bytes += c < 0x80 ? static_cast<char>(c) : '?';
+  return bytes;
+}
 
 Text FromBytes(const std::string& bytes) { return {bytes.begin(), bytes.end()}; }
 

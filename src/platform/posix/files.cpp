@@ -49,25 +49,33 @@ void WriteAll(int file, std::span<const std::byte> bytes) {
   }
 }
 
-void CopyContents(int from, int to, const struct stat& status) {
+void CopyContents(int from, int to) {
   std::vector<std::byte> buffer(std::size_t{64} * 1024);
   while (const std::size_t count = ReadSome(from, buffer)) WriteAll(to, std::span(buffer).first(count));
-  const timespec times[] = {status.st_atim, status.st_mtim};
-  if (::fchmod(to, status.st_mode & 07777) != 0 || ::futimens(to, times) != 0 || ::fsync(to) != 0)
-    RaiseHostError(errno);
 }
 
-/// Where a rename would not do. The source goes only when the copy is safe, and a copy that failed does
-/// not stay.
+/// Copies mode and times where the volume allows it. One whose files all belong to another user (a shared
+/// folder, a FAT drive) refuses both, and nobody needs them.
+void CopyModeAndTimes(const struct stat& from, int to) {
+  const timespec times[] = {from.st_atim, from.st_mtim};
+  ::fchmod(to, from.st_mode & 07777);
+  ::futimens(to, times);
+}
+
+/// Moves a file where rename cannot. The source is deleted only after the copy is on the disk, and an
+/// incomplete copy is removed.
 void MoveByCopy(const std::string& from, const std::string& to) {
   const Descriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status {};
   if (!source.IsOpen() || ::fstat(source.Number(), &status) != 0) RaiseHostError(errno);
 
-  const Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  const mode_t mode = (status.st_mode & 0777) | S_IWUSR;
+  const Descriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
   if (!target.IsOpen()) RaiseHostErrorOnCreate(errno);
   try {
-    CopyContents(source.Number(), target.Number(), status);
+    CopyContents(source.Number(), target.Number());
+    CopyModeAndTimes(status, target.Number());
+    if (::fsync(target.Number()) != 0) RaiseHostError(errno);
     if (::unlink(from.c_str()) != 0) RaiseHostError(errno);
   } catch (...) {
     ::unlink(to.c_str());
@@ -119,8 +127,9 @@ void Move(const Text& from, const Text& to) {
 
   if (::renameat2(AT_FDCWD, source.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) return;
   const int error = errno;
-  // A rename cannot cross volumes, and not every file system knows one without replacing (EINVAL).
-  if (error == EXDEV || error == EINVAL) return MoveByCopy(source, target);
+  // A rename cannot cross volumes, and some file systems and kernels have none without replacing.
+  const bool mustCopy = error == EXDEV || error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
+  if (mustCopy) return MoveByCopy(source, target);
   if (sourceExists) RaiseHostErrorOnCreate(error);
   RaiseHostError(error);
 }

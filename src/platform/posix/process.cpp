@@ -8,8 +8,10 @@
 #include <cstddef>
 #include <cstdlib>
 #include <ctime>
+#include <functional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/file_errors.h"
@@ -31,7 +33,11 @@ std::string ExecutablePath() {
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
   if (length < 0) throw DeviceError;  // without /proc
   if (static_cast<std::size_t>(length) == path.size()) posix::RaiseHostError(ENAMETOOLONG);
-  return {path.data(), static_cast<std::size_t>(length)};
+  const std::string name(path.data(), static_cast<std::size_t>(length));
+  // The kernel marks the name of a program that was deleted or replaced since its start.
+  constexpr std::string_view deleted = " (deleted)";
+  const bool isMarked = name.ends_with(deleted) && ::access(name.c_str(), F_OK) != 0;
+  return isMarked ? name.substr(0, name.size() - deleted.size()) : name;
 }
 
 bool IsFile(const std::string& path) {
@@ -98,10 +104,16 @@ void EndProcess(int status) {
   std::_Exit(status);
 }
 
+void HoldInterruptsDuring(const std::function<void()>& work) {
+  const posix::SignalsNoted untilTheEnd;
+  work();
+}
+
 void StartAndWait(const Text& commandLine, int showStyle) {
   std::vector<std::string> arguments = posix::SplitCommandLine(posix::Narrow(commandLine));
   const posix::Descriptor nowhere(showStyle == 0 ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : -1);
   const posix::SignalsNoted whileTheToolRuns;
+  if (posix::IsCutOff()) return;
   for (const std::string& name : FindTool(arguments.front())) {
     arguments.front() = name;
     const auto tool = posix::Spawn(name, arguments, nowhere.Number(), nowhere.Number());

@@ -49,6 +49,11 @@ void EndProcess(int status) {
   ::ExitProcess(static_cast<UINT>(status));
 }
 
+/// Windows programs without a console receive no such request.
+void HoldInterruptsDuring(const std::function<void()>& work) {
+  work();
+}
+
 void StartAndWait(const Text& commandLine, int showStyle) {
   std::string line = windows::ToAnsi(commandLine);
   STARTUPINFOA startup{};
