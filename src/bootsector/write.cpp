@@ -69,7 +69,8 @@ void WriteField(const Field& field, Text text) {
 void UpdateBootSector(const Text& path) {
   const Text storedName = ReadBootFileName(path);
   const Text newName = FormBootFileName();
-  if (storedName == newName) return;
+  const Text asStored = platform::FromBytes(platform::ToBytes(newName));
+  if (storedName == asStored) return;
 
   platform::Open(path);
   platform::Seek(BootFileName.offset);

@@ -53,6 +53,8 @@ def prepare(desk, script):
     posix_row("an old data.iso that mkisofs does not replace, being a folder",
               "echo nothing > app/mkisofs.does; cd temp/*/*; rm *; mkdir data.iso; touch -d 2001-1-1 *",
               "mkisofs ISO time mismatch!", BUILT),
+    posix_row("the program is deleted while mkisofs runs",
+              "printf '#!/bin/sh\n/bin/rm \"${0%%/*}/marrowvan\"' > app/mkisofs", "mkisofs failed!", BUILT),
     row("an .elf that is none", "echo plain > game/demo.elf", "", "IP.BIN demo.elf"),
     row("no bytes in 1ST_READ.BIN, although IP.BIN names another file",
         AS_1ST_READ % "" + "; echo > game/GAME; printf '%096dGAME' > game/IP.BIN",
@@ -203,12 +205,12 @@ class TestWhoeverStartsIt:
     @pytest.mark.parametrize("typed, status, shown", [
         row("an empty line is a cancel, and the message waits", "\n\n", 1, ["Choose", "Usage", "Enter"]),
         row("the end of input is a cancel", "\x04\n", 1, ["Choose", "Usage", "Enter"]),
-        row("an empty line at the second question", "{game}\n\n\n", 1, ["Choose", "Save", "Usage", "Enter"]),
+        row("a line of spaces at the second question is a cancel", "{game}\n  \n\n", 1, ["Choose", "Save", "Usage", "Enter"]),
         row("two answers", "{game}\n{cdi}\n", 0, ["Choose", "Save"]),
     ])
     def test_questions_at_a_terminal(self, desk, typed, status, shown):
         user, program, process = start_at_a_terminal(desk, typed.format(game=desk.game, cdi=desk.cdi))
-        assert process.wait() == status
+        assert process.wait(TOO_LONG) == status
         os.set_blocking(program, False)
         with pytest.raises(BlockingIOError):
             os.read(program, 1)  # nothing that was typed is left

@@ -84,6 +84,8 @@ TEST(WriteBootSector, ChangesTheNameInAnOldFileAndNothingElse) {
   };
   EXPECT_EQ(updated("    GAME.BIN    rest", L"game.bin"), "    GAME.BIN    rest");
   EXPECT_NE(host.files[IpBin].changed, host.now) << "the right name is not written again";
+  EXPECT_EQ(updated("?.ELF           rest", L"\u65E5.elf"), "?.ELF           rest");
+  EXPECT_NE(host.files[IpBin].changed, host.now) << "nor one that is stored with a question mark";
   EXPECT_EQ(updated("game.bin        rest", L"game.bin"), "GAME.BIN        rest");
   EXPECT_EQ(updated("A.BIN\0         \0rest"s, L"A.BIN\0         \0"s), "A.BIN           rest");
   EXPECT_EQ(updated("SIXTEENLONG.BINXrest", L"sixteen-long.bin"), "SIXTEEN-LONG.BINrest");

@@ -87,7 +87,7 @@ std::optional<Text> AskForPath(const Text& title, std::vector<std::string> zenit
     answer = Zenity(std::move(zenityOptions));
     if (answer && answer->ends_with('\n')) answer->pop_back();
   }
-  if (!answer || answer->empty()) return std::nullopt;
+  if (!answer || answer->find_first_not_of(' ') == std::string::npos) return std::nullopt;
   return posix::Widen(*answer);
 }
 
