@@ -1,5 +1,6 @@
 #include "bootfile/classify.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <unordered_map>
@@ -13,14 +14,15 @@ BootFileKind ClassifyBootFile(std::span<const std::byte> file) {
   const std::string_view bytes(reinterpret_cast<const char*>(file.data()), file.size());
   if (bytes.starts_with("\177ELF")) return ElfFile;
 
-  // Each signature begins with 33 blocks of four bytes, one at each of its first 33 bytes, so wherever it
-  // stands, one of them lies at a multiple of 33 of the file: nothing else needs a look.
-  constexpr std::size_t stride = 33;
+  // The shortest signature has `stride` blocks of four bytes, one at each of its first bytes. So one block of
+  // any signature is at a multiple of `stride` in the file, and no other place needs a look.
+  constexpr std::size_t stride =
+      std::ranges::min(UnscrambledSignatures, {}, &std::string_view::size).size() - sizeof(std::uint32_t) + 1;
   const auto readBlock = [](const char* c) {
     return std::bit_cast<std::uint32_t>(std::array{c[0], c[1], c[2], c[3]});
   };
   std::unordered_multimap<std::uint32_t, std::size_t> places;  // signature * stride + offset
-  places.max_load_factor(0.125F);                              // an empty bucket tells soonest
+  places.max_load_factor(0.125F);                              // an empty bucket is the fastest answer
   for (std::size_t place = 0; place < UnscrambledSignatures.size() * stride; ++place) {
     places.emplace(readBlock(&UnscrambledSignatures[place / stride][place % stride]), place);
   }

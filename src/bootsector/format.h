@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 
 #include "files/text.h"
 
 namespace mMain {
 
-/// A field of the boot sector `IP.BIN`: where it begins, in bytes from the file's start, and its width. Text
-/// stands at a field's left, one byte a character, and spaces fill the rest.
+/// A field of the boot sector `IP.BIN`: its offset and width in bytes. Text starts at the left, with one byte
+/// per character, and spaces fill the rest.
 struct Field {
   std::size_t offset;
   std::size_t width;
@@ -25,9 +26,22 @@ inline constexpr Field BootFileName{96, 16};
 inline constexpr Field SoftwareMaker{112, 16};
 inline constexpr Field Title{128, 128};
 inline constexpr Field TemplateBody{256, 32512};
+inline constexpr std::size_t BootSectorSize = 32768;
 
-/// The boot file's name as the boot sector at `path` has it, without the spaces around it. Bytes that the
-/// file is too short to hold read as NUL. Raises what opening and reading raise.
+/// True if the fields follow one another from offset 0 without a gap and fill a boot sector.
+constexpr bool FillBootSector(std::initializer_list<Field> fields) {
+  std::size_t end = 0;
+  for (const Field& field : fields) {
+    if (field.offset != end) return false;
+    end += field.width;
+  }
+  return end == BootSectorSize;
+}
+static_assert(FillBootSector({HardwareId, Maker, DeviceInfo, Areas, Peripherals, ProductNumber, Version,
+                              ReleaseDate, BootFileName, SoftwareMaker, Title, TemplateBody}));
+
+/// Returns the boot file's name in the boot sector at `path`, without the spaces around it. Bytes after the
+/// end of a short file read as NUL. Raises what `platform::Open` and `platform::Read` raise.
 Text ReadBootFileName(const Text& path);
 
 }  // namespace mMain

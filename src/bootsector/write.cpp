@@ -24,7 +24,7 @@ struct ConstantField {
 };
 
 /// The first four characters of `DeviceInfo` are a check value: the CRC-16 (polynomial 0x1021, start 0xFFFF)
-/// of the 16 bytes of `ProductNumber` and `Version`. Who changes those two changes it as well.
+/// of the 16 bytes of `ProductNumber` and `Version`. If you change one of those two, change it as well.
 constexpr std::array<ConstantField, 7> ConstantFields{{
     {HardwareId, L"SEGA SEGAKATANA"},
     {Maker, L"SEGA ENTERPRISES"},
@@ -35,12 +35,11 @@ constexpr std::array<ConstantField, 7> ConstantFields{{
     {Version, L"V1.000"},
 }};
 
-/// Present local date in the form "yyyymmdd".
+/// Returns the present local date in the form "yyyymmdd".
 Text FormatToday() {
   const std::chrono::year_month_day date(std::chrono::floor<std::chrono::days>(platform::PresentTime()));
-  const auto number = static_cast<int>(date.year()) * 10000 + static_cast<unsigned>(date.month()) * 100 +
-                      static_cast<unsigned>(date.day());
-  return std::to_wstring(number);
+  const unsigned monthAndDay = static_cast<unsigned>(date.month()) * 100 + static_cast<unsigned>(date.day());
+  return std::to_wstring(static_cast<int>(date.year()) * 10000 + static_cast<int>(monthAndDay));
 }
 
 Text GetOptionOr(const Text& name, const Text& standard) {
@@ -48,7 +47,7 @@ Text GetOptionOr(const Text& name, const Text& standard) {
   return value.empty() ? standard : value;
 }
 
-/// The name that belongs into the boot sector. `BootFile` may end in NULs that came out of an older one.
+/// Returns the name that the boot sector must contain. `BootFile` may end in NULs from an older boot sector.
 Text FormBootFileName() {
   Text name = GetFileName(platform::UpperCase(CutAtNul(*RunState.BootFile)));
   if (name.size() > BootFileName.width) throw InvalidCall;
@@ -60,7 +59,7 @@ void WriteText(const Text& text) {
   platform::Write(std::as_bytes(std::span(bytes)));
 }
 
-/// Writes `text` as wide as `field`, filled with spaces or cut; the position must be the field's.
+/// Writes `text`, filled with spaces or cut to the width of `field`, at the present position.
 void WriteField(const Field& field, Text text) {
   text.resize(field.width, L' ');
   WriteText(text);

@@ -4,10 +4,10 @@
 
 namespace mMain {
 
-/// Makes sure that the boot sector at `path` names the file at `BootFile`. One that stands there keeps
-/// everything but that name; otherwise a whole new one is made from the options, the date and `IP.TMPL`.
-/// Raises 5 if the name has more than 16 characters, before anything is written, and what the file
-/// operations raise.
+/// Makes the boot sector at `path` name the file at `BootFile`. In an existing boot sector only that name
+/// changes. Otherwise creates one from the options, the date and `IP.TMPL`. Raises 5 if the name has more
+/// than 16 characters, before it writes anything, and what `platform::Open`, `Read`, `Write` and `AppDir`
+/// raise.
 void WriteBootSector(const Text& path);
 
 }  // namespace mMain
