@@ -121,6 +121,13 @@ def test_a_signal_during_a_move_of_the_boot_sector_leaves_it_in_the_folder(desk,
     assert desk.make_image() == (0, "")
 
 
+def test_a_signal_before_the_tool_has_a_process_number_ends_the_tool(desk):
+    lay_out(desk, "ELF file")
+    desk.tool("mkisofs").write_text("#!/bin/sh\nexec /bin/sleep 300\n")
+    status, said = run_failing(desk, f"posix_spawnp:3:-{SIGTERM}")
+    assert status == 1 and said.startswith("Unknown error: mkisofs failed!")
+
+
 def test_a_failure_is_told_although_the_telling_is_interrupted(desk):
     calls = f"write:1:{EDQUOT} write:2:{EINTR} write:0:0"
     assert make_image(desk, "ELF file", calls) == (1, "Run-time error: '61'\n\nDisk full\n")

@@ -50,7 +50,8 @@ void StartAndWait(const Text& commandLine, int) {
   const std::size_t option = commandLine.find(L"-o ");
   const std::size_t start = option == Text::npos ? commandLine.rfind(L" \"") + 2 : option + 4;
   const Text output = commandLine.substr(start, commandLine.find(L'"', start) - start);
-  host.files[output] = {"made by " + ToBytes(commandLine), host.now};
+  host.ticks += host.ticksPerTool;
+  host.files[output] = {"made by " + ToBytes(commandLine), host.now - host.ageOfOutput};
 }
 
 std::int32_t TickCount() { return host.ticks; }

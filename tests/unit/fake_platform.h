@@ -19,7 +19,9 @@ struct Host {
   std::map<Text, File> files;
   platform::LocalTime now = std::chrono::local_days(std::chrono::January / 9 / 2027);
   std::int32_t ticks = 0;
-  Text messages;  ///< each with its style in front
+  std::int32_t ticksPerTool = 0;
+  std::chrono::seconds ageOfOutput{};  ///< of what a tool creates
+  Text messages;                       ///< each with its style in front
   bool hasMemory = true;
   int failAt = 0;  ///< the operation that fails with error 57, counted from 1; 0: none
 

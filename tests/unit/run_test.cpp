@@ -114,6 +114,16 @@ TEST(Main, TellsByItsStatusWhatItCannotSay) {
   EXPECT_EQ(Main(), 1);
 }
 
+TEST(BuildImage, AllowsAnAgeForTheTimeSinceTheStartOfTheBuild) {
+  for (const auto& [age, status] : {std::pair(3s, 0), {4s, 1}}) {
+    fake::Reset(L"--dir C:\\dc --cdi C:\\x.cdi");
+    host.files[L"C:\\dc\\demo.elf"] = {"\177ELF"};
+    host.ticksPerTool = 60;  // an allowance of 3 seconds after the third tool, mkisofs
+    host.ageOfOutput = age;
+    EXPECT_EQ(EndOf([] { platform::EndProcess(Main()); }), status);
+  }
+}
+
 /// An ELF file and options, then a plain program with an IP.BIN of the user's and dialogs.
 TEST(BuildImage, WhicheverOperationFailsTheProgramIsNeverLost) {
   for (const bool isElf : {true, false}) {
