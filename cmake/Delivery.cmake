@@ -1,21 +1,27 @@
-# What is delivered: hardened as distributions do it and stripped. A build for a debugger or with a sanitizer is not.
+# Programs for users are hardened, as distributions do it, and stripped. Builds for a debugger or with a sanitizer
+# are not.
 include(CheckCXXCompilerFlag)
 include(CheckLinkerFlag)
 include(CheckPIESupported)
 
 if(CMAKE_BUILD_TYPE STREQUAL "Debug" OR CMAKE_CXX_FLAGS MATCHES "sanitize")
-  set(HARDENED FALSE CACHE INTERNAL "Hardened and stripped")
+  set(HARDENED FALSE)
 else()
-  set(HARDENED TRUE CACHE INTERNAL "Hardened and stripped")
+  set(HARDENED TRUE)
 endif()
 
-# Switches on each of the flags that this host's compiler and linker have, and tells of the others.
+# Enables each flag that the compiler and the linker for this host have, and warns about the others.
 function(harden)
   if(WIN32)
     set(linker_flags -Wl,--nxcompat -Wl,--dynamicbase)
-    add_link_options(-fstack-protector-strong)  # brings the library that the protector and the checks need
+    add_link_options(-fstack-protector-strong)  # links the library that the protector and the checks need
   else()
-    set(compiler_flags -fstack-clash-protection -fcf-protection)
+    set(compiler_flags -fstack-clash-protection)
+    if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i.86")
+      list(APPEND compiler_flags -fcf-protection)
+    elseif(CMAKE_SYSTEM_PROCESSOR STREQUAL "aarch64")
+      list(APPEND compiler_flags -mbranch-protection=standard)
+    endif()
     set(linker_flags -Wl,-z,relro -Wl,-z,now)
     check_pie_supported(LANGUAGES CXX)
   endif()
@@ -44,20 +50,21 @@ function(harden)
     list(APPEND missing -pie)
   endif()
   if(missing)
-    message(WARNING "What is delivered is hardened less, since this compiler has no: ${missing}")
+    message(WARNING "The programs are hardened less, because this compiler lacks: ${missing}")
   endif()
 endfunction()
 
 if(HARDENED)
   harden()
   set(CMAKE_POSITION_INDEPENDENT_CODE ON)
-  add_compile_options(-g1)  # where in the source a crash was: it goes with the symbols
-  # And the same bytes wherever the source and the build stand.
-  add_compile_options(-ffile-prefix-map=${CMAKE_BINARY_DIR}=build -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
+  add_compile_options(-g1)  # line numbers for the separate symbols
+  # Makes the programs the same bytes in every source and build folder.
+  add_compile_options(-ffile-prefix-map=${PROJECT_BINARY_DIR}=build -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
 endif()
 
-# Puts a program into the portable folder. It needs no library of the compiler's. What a debugger needs of it stands
-# in the folder `symbols` of the build. Description and ANY_FILE_NAME, behind it, are for its resources on Windows.
+# Puts a program into the portable folder, linked without the compiler's shared libraries. Its symbols for a debugger
+# are in the folder `symbols` of the build. The description and the option ANY_FILE_NAME are for its resources on
+# Windows.
 function(deliver program description)
   target_link_options(${program} PRIVATE -static-libstdc++ -static-libgcc)
   set_target_properties(${program} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PORTABLE_FOLDER})
@@ -65,9 +72,9 @@ function(deliver program description)
     add_windows_resources(${program} ${description} ${ARGN})
   endif()
   if(HARDENED)
-    set(symbols ${CMAKE_BINARY_DIR}/symbols/$<TARGET_FILE_NAME:${program}>.debug)
-    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/symbols)
-    # Windows programs get the time of the copying, unless a time is given: so they have the same bytes each time.
+    set(symbols ${PROJECT_BINARY_DIR}/symbols/$<TARGET_FILE_NAME:${program}>.debug)
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/symbols)
+    # Otherwise objcopy writes the present time into a Windows program.
     set(copy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
     add_custom_command(TARGET ${program} POST_BUILD
       COMMAND ${copy} --only-keep-debug $<TARGET_FILE:${program}> ${symbols}

@@ -3,8 +3,8 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_INSTALL_CMAKE_PROJECTS
-  ${CMAKE_BINARY_DIR} marrowvane machine /
-  ${CMAKE_BINARY_DIR} marrowvane debian /)
+  ${PROJECT_BINARY_DIR} marrowvane machine /
+  ${PROJECT_BINARY_DIR} marrowvane debian /)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES OFF)  # what is delivered is stripped when it is built
 

@@ -19,7 +19,7 @@ function(add_windows_resources PROGRAM DESCRIPTION)
       "\n      <longPathAware xmlns=\"${schemas}/2016/WindowsSettings\">true</longPathAware>")
   endif()
   foreach(kind manifest rc)
-    configure_file(${CMAKE_SOURCE_DIR}/cmake/windows/program.${kind}.in ${GENERATED_FOLDER}/${PROGRAM}.${kind} @ONLY)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/windows/program.${kind}.in ${GENERATED_FOLDER}/${PROGRAM}.${kind} @ONLY)
   endforeach()
   target_sources(${PROGRAM} PRIVATE ${GENERATED_FOLDER}/${PROGRAM}.rc)
   set_source_files_properties(${GENERATED_FOLDER}/${PROGRAM}.rc PROPERTIES
