@@ -11,9 +11,9 @@ enum class BootFileKind {
   ScrambledBinary = 2,
 };
 
-/// Tells the form of a boot file from its bytes alone. `ElfFile` if it begins with the ELF magic (System V
-/// ABI, ELF header), `UnscrambledBinary` if one of the signatures that only survive in plain form stands
-/// anywhere in it, otherwise `ScrambledBinary`.
+/// Returns the form of a boot file, which its bytes alone decide: `ElfFile` if it begins with the ELF magic
+/// (System V ABI, ELF header), `UnscrambledBinary` if it contains one of the signatures that only survive in
+/// plain form, otherwise `ScrambledBinary`.
 BootFileKind ClassifyBootFile(std::span<const std::byte> file);
 
 }  // namespace mMain

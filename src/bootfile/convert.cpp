@@ -11,13 +11,13 @@
 #include "errors/runtime_error.h"
 #include "files/paths.h"
 #include "platform/platform.h"
-#include "run/ends.h"
 #include "run/run_state.h"
+#include "run/usage.h"
 
 namespace mMain {
 namespace {
 
-/// The file's bytes live only as long as this call: the tools run without them in memory.
+/// The bytes of the file are released before a tool runs.
 BootFileKind ClassifyFile(const Text& bootFile) {
   platform::Open(bootFile);
   const std::uint64_t length = platform::Length();
@@ -40,7 +40,7 @@ void ConvertElf(const Text& bootFile) {
                      mShell::ShowNormal);
   if (!FileExists(rawBinaryPath)) FailAndEnd(L"Unknown error: sh-objcopy failed!");
 
-  // Before scramble runs: an ELF file that is itself named 1ST_READ.BIN must not pass for its output.
+  // If the ELF file is itself named 1ST_READ.BIN, it must not pass for the output of scramble.
   ForceDelete(bootFile);
 
   mShell::RunAndWait(Quote(app + L"scramble.exe") + L" " + Quote(rawBinaryPath) + L" " + Quote(finalBootPath),
@@ -66,8 +66,8 @@ void ScrambleInPlace(const Text& bootFile) {
 }  // namespace
 
 void PrepareBootFile() {
-  // A name out of an IP.BIN may end in NULs. The host reads up to the first, and so must what is derived
-  // here: a name joined behind a NUL would be the boot file itself.
+  // A name from an IP.BIN may contain NULs. The host reads a path up to its first NUL, so a suffix after it
+  // would be lost, and the name of the scrambled copy would be that of the boot file.
   const Text bootFile = CutAtNul(*RunState.BootFile);
   switch (ClassifyFile(bootFile)) {
     case BootFileKind::ElfFile:

@@ -3,8 +3,8 @@
 #include "bootsector/format.h"
 #include "files/paths.h"
 #include "platform/platform.h"
-#include "run/ends.h"
 #include "run/run_state.h"
+#include "run/usage.h"
 
 namespace mMain {
 

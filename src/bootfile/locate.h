@@ -2,8 +2,9 @@
 
 namespace mMain {
 
-/// Sets `BootFile` to the boot file of the selfboot folder: "1ST_READ.BIN", else the file that "IP.BIN"
-/// names, and before both of them the first file that matches "*.elf". Ends the process if there is none.
+/// Sets `BootFile` to the boot file of the selfboot folder: the first file that matches "*.elf", or else
+/// "1ST_READ.BIN", or else the file that "IP.BIN" names. Ends the process if there is none. Raises what
+/// `ReadBootFileName` raises.
 void LocateBootFile();
 
 }  // namespace mMain

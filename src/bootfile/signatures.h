@@ -7,8 +7,8 @@ namespace mMain {
 
 using std::string_view_literals::operator""sv;
 
-/// Runs of bytes that programs carry in their tables, longer than the slices of 32 bytes into which
-/// scrambling tears them. A literal is split where a digit follows a NUL.
+/// Sequences of bytes in the tables of many programs. They are longer than the slices of 32 bytes that
+/// scrambling permutes. A literal is split where a digit follows a NUL.
 inline constexpr std::array UnscrambledSignatures{
     "0123456789abcdefghijklmnopqrstuvwxyz"sv,
     "abcdefghijklmnopqrstuvwxyz0123456789"sv,

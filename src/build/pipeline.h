@@ -4,8 +4,8 @@
 
 namespace mMain {
 
-/// The build itself, from the boot file to the finished image at `CdiFile`. A stage that fails ends the
-/// process or raises; nothing is undone.
+/// Builds the image at `CdiFile` from the folder `selfbootDir`. A stage that fails ends the process or
+/// raises, and nothing is undone. Raises what the stages and `platform::Move` raise.
 void BuildImage(const Text& selfbootDir);
 
 }  // namespace mMain

@@ -4,12 +4,12 @@
 
 namespace mShell {
 
-/// How a tool's console window shows.
+/// How a tool's console window is shown.
 inline constexpr int ShowHidden = 0;
 inline constexpr int ShowNormal = 1;
 
-/// Starts the tool that `toolCommandLine` names and returns when it has ended, or at once if it could not be
-/// started. Nothing comes back: whether the tool did its work shows in its output file.
+/// Starts the tool that `toolCommandLine` names. Returns when it has ended, or at once if it could not be
+/// started. Only the tool's output file shows whether it succeeded.
 void RunAndWait(const Text& toolCommandLine, int showStyle);
 
 }  // namespace mShell

@@ -4,13 +4,13 @@
 
 #include "errors/runtime_error.h"
 #include "files/paths.h"
-#include "run/ends.h"
+#include "run/usage.h"
 
 namespace mMain {
 
 std::int32_t GetAgeSeconds(platform::LocalTime file, platform::LocalTime present) {
-  // Cut after the subtraction: two times first cut to seconds could lie one second apart for an age of
-  // milliseconds, and a quick build would fail now and then.
+  // Cut after the subtraction. Two times that are cut first can differ by one second at an age of
+  // milliseconds, and a quick build would sometimes fail.
   return FitInto<std::int32_t>(std::chrono::duration_cast<std::chrono::seconds>(present - file).count());
 }
 

@@ -4,8 +4,8 @@
 
 namespace mComDlg {
 
-/// Asks the user for a folder under the caption `title`. `target` receives its path, possibly the empty text
-/// if the host could not tell it; a cancel leaves `target` unset.
+/// Asks the user for a folder under the caption `title`. Sets `target` to its path, or to the empty text if
+/// the host does not know the path. A cancel leaves `target` unset.
 void BrowseForFolder(mMain::OptionalPath& target, const Text& title);
 
 }  // namespace mComDlg

@@ -1,6 +1,5 @@
 #include "errors/report.h"
 
-#include <array>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -14,19 +13,18 @@ namespace mErrHndl {
 namespace {
 
 struct KnownError {
-  std::int32_t number;
-  const wchar_t* description;
+  RuntimeError error;
   const wchar_t* message;
 };
 
-constexpr std::array<KnownError, 4> KnownErrors{{
-    {6, L"Overflow", L"Integer overflow."},
-    {53, L"File not found: zlib.dll", L"Please install zlib and try again."},
-    {70, L"Permission denied", L"File locked by another application"},
-    {75, L"Path/File access error", L"Cannot read/write file - Already in use"},
-}};
+const KnownError KnownErrors[] = {
+    {Overflow, L"Integer overflow."},
+    {{platform::FileNotFound.Number, L"File not found: zlib.dll"}, L"Please install zlib and try again."},
+    {platform::PermissionDenied, L"File locked by another application"},
+    {platform::AccessError, L"Cannot read/write file - Already in use"},
+};
 
-/// The library's two exceptions that a run is known to meet both mean that a buffer could not be had.
+/// A run meets two exceptions of the library, and both mean that there was no memory.
 RuntimeError GetPendingError() {
   try {
     throw;
@@ -51,8 +49,8 @@ RuntimeError GetPendingError() {
 void ReportRuntimeError() {
   const RuntimeError error = GetPendingError();
   for (const KnownError& known : KnownErrors) {
-    if (error.Number != known.number) continue;
-    if (std::wstring_view(error.Description) != known.description) return;
+    if (error.Number != known.error.Number) continue;
+    if (std::wstring_view(error.Description) != known.error.Description) return;
     ShowAndEnd(known.message);
   }
   ShowAndEnd(L"Run-time error: '" + std::to_wstring(error.Number) + L"'\r\n\r\n" + error.Description);

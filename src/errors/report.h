@@ -2,8 +2,9 @@
 
 namespace mErrHndl {
 
-/// Turns the pending exception into words; to be called from inside a catch. Shows one message and ends the
-/// process, or, for a known number with a foreign description, shows nothing and returns.
+/// Reports the pending exception; call it inside a catch block. Shows one message and ends the process. For a
+/// known number with an unknown description, it shows nothing and returns. Raises `std::bad_alloc` if there
+/// is no memory for the message.
 void ReportRuntimeError();
 
 }  // namespace mErrHndl

@@ -6,10 +6,10 @@
 
 namespace mMain {
 
-/// A path that is unset, or set and then possibly the empty text.
+/// A path that is unset or set. A set path may be the empty text.
 using OptionalPath = std::optional<Text>;
 
-/// True if `path` is set, the empty text included.
+/// Returns true if `path` is set, also to the empty text.
 inline bool IsPathSet(const OptionalPath& path) {
   return path.has_value();
 }

@@ -10,8 +10,8 @@ Text Clean(const Text& path) {
   return TrimSpaces(StripLineBreaks(path));
 }
 
-/// `npos` plus 1 is 0: without a `mark`, all of `text` stands behind it.
-Text TakeBehindLast(wchar_t mark, const Text& text) {
+/// Returns all of `text` if it contains no `mark`, because `npos` plus 1 is 0.
+Text TakeAfterLast(wchar_t mark, const Text& text) {
   return text.substr(text.rfind(mark) + 1);
 }
 
@@ -20,7 +20,7 @@ void DropErrors(Operation operation, const Text& path) {
   try {
     operation(path);
   } catch (const RuntimeError&) {
-    // The run goes on with the file as it is: whoever needed it gone finds out by what comes next.
+    // The run continues. A later step fails if it needed the file to be gone.
   }
 }
 
@@ -31,11 +31,11 @@ Text AddBackslash(const Text& path) {
 }
 
 Text GetFileName(const Text& path) {
-  return TakeBehindLast(platform::PathSeparator, Clean(path));
+  return TakeAfterLast(platform::PathSeparator, Clean(path));
 }
 
 Text GetFileExtension(const Text& path) {
-  return TakeBehindLast(L'.', Clean(path));
+  return TakeAfterLast(L'.', Clean(path));
 }
 
 Text GetBaseName(const Text& path) {

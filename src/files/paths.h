@@ -4,25 +4,25 @@
 
 namespace mMain {
 
-/// `path` ending in one separator, ready for a file name. The empty text gives the separator alone. This is
-/// the only way a folder and a file name meet.
+/// Returns `path` with a separator at its end, ready for a file name. An empty path returns the separator
+/// alone. Nothing else joins a folder and a file name.
 Text AddBackslash(const Text& path);
 
-/// What stands behind the last separator of `path`, without line breaks and outer spaces.
+/// Returns the text after the last separator of `path`, without line breaks and outer spaces.
 Text GetFileName(const Text& path);
 
-/// What stands behind the last dot of the whole path, a dot in a folder's name included; all of it if there
-/// is no dot. Without line breaks and outer spaces.
+/// Returns the text after the last dot of the whole path, even if the dot is in a folder's name, or the whole
+/// path if there is no dot. Removes line breaks and outer spaces.
 Text GetFileExtension(const Text& path);
 
-/// What stands in front of the last dot, folder included, without line breaks and outer spaces. If the file
-/// name holds no dot: `path`, unchanged.
+/// Returns the text before the last dot, folder included, without line breaks and outer spaces. Returns
+/// `path` unchanged if the file name contains no dot.
 Text GetBaseName(const Text& path);
 
-/// True if a file or a folder stands at `path`. Every problem counts as false.
+/// Returns true if a file or a folder exists at `path`. Every error counts as false.
 bool FileExists(const Text& path);
 
-/// Deletes the file at `path`, a read-only one too. Every error is dropped.
+/// Deletes the file at `path`, even if it is read-only. Ignores every error.
 void ForceDelete(const Text& path);
 
 }  // namespace mMain

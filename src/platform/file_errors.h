@@ -2,8 +2,7 @@
 
 #include "errors/runtime_error.h"
 
-/// The failures of files as every host raises them. The reporter knows some of the descriptions to the
-/// letter.
+/// The failures of file operations, the same on every host. The reporter compares descriptions exactly.
 namespace platform {
 
 inline const RuntimeError BadFileName{52, L"Bad file name or number"};

@@ -11,7 +11,7 @@ namespace {
 
 constexpr const wchar_t* OptionMark = L"--";
 
-/// Where `what` first occurs in `text` from `start` on, counted from 1; 0 if it does not.
+/// Returns the first position of `what` in `text` from `start` on, counted from 1, or 0.
 std::int16_t FindFrom(std::int16_t start, const Text& text, const Text& what) {
   const std::size_t index = text.find(what, static_cast<std::size_t>(start) - 1);
   if (index == Text::npos) return 0;

@@ -4,12 +4,13 @@
 
 namespace mMain {
 
-/// The process's command line as `GetOption` searches it: no line breaks, trimmed, no double quotes.
+/// Returns the command line of the process as `GetOption` searches it: without line breaks and double quotes,
+/// and trimmed.
 Text ReadCommandLine();
 
-/// Asks `RunState.CommandLine` for the option `name`, dashes included. Gives the empty text if the option is
-/// absent (or only spaces stand behind it at the end of the line), `name` itself if it has no value,
-/// otherwise its value: the trimmed text up to the next "--". Raises 6 for a position above 32767.
+/// Searches `RunState.CommandLine` for the option `name`, dashes included. Returns its value: the trimmed
+/// text up to the next "--". Returns `name` itself if the option has no value, and the empty text if it is
+/// absent or only spaces follow it at the end of the line. Raises 6 for a position above 32767.
 Text GetOption(const Text& name);
 
 }  // namespace mMain

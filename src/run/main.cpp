@@ -8,9 +8,9 @@
 #include "files/paths.h"
 #include "platform/platform.h"
 #include "run/command_line.h"
-#include "run/ends.h"
 #include "run/run_state.h"
 #include "run/targets.h"
+#include "run/usage.h"
 
 namespace mMain {
 
@@ -27,7 +27,7 @@ int Main() {
     try {
       mErrHndl::ReportRuntimeError();
     } catch (const std::bad_alloc&) {
-      // Not even a message can be made: the exit status has to tell.
+      // There is no memory for a message, so only the exit status remains.
     }
     return platform::ExitFailure;
   }

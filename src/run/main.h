@@ -2,11 +2,11 @@
 
 namespace mMain {
 
-/// The whole run, from the command line to the finished image. Gives the process's exit status, or ends the
-/// process itself on the way.
+/// Does a whole run, from the command line to the finished image. Returns the exit status, unless a step ends
+/// the process.
 int Main();
 
-/// Returns only if something stands at `SelfbootDir`; otherwise ends the process with the usage message.
+/// Returns only if the path in `SelfbootDir` exists. Otherwise ends the process with the usage message.
 void RequireSelfbootDir();
 
 }  // namespace mMain

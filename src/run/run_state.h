@@ -13,7 +13,7 @@ struct RunStateRecord {
   OptionalPath TempDir;      ///< the folder for temporary files
 };
 
-/// The one record of a run. It lives as long as the process, and the procedures reach it directly.
+/// The one record of a run. All procedures use it directly.
 inline RunStateRecord RunState;
 
 }  // namespace mMain

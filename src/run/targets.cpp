@@ -4,8 +4,8 @@
 #include "dialogs/save_dialog.h"
 #include "platform/platform.h"
 #include "run/command_line.h"
-#include "run/ends.h"
 #include "run/run_state.h"
+#include "run/usage.h"
 
 namespace mMain {
 

@@ -1,4 +1,4 @@
-#include "run/ends.h"
+#include "run/usage.h"
 
 #include "platform/platform.h"
 #include "run/command_line.h"

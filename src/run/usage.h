@@ -4,10 +4,11 @@
 
 namespace mMain {
 
-/// Shows the usage message and ends the process: with success if the user asked for help.
+/// Shows the usage message and ends the process, with success if the user asked for help. Raises what
+/// `platform::ExecutableName` raises.
 [[noreturn]] void ShowUsageAndEnd();
 
-/// The end of a stage that cannot go on: shows `message` with the stop icon, then the usage message.
+/// Shows `message` with the stop icon, then the usage message, and ends the process.
 [[noreturn]] void FailAndEnd(const Text& message);
 
 }  // namespace mMain

@@ -9,9 +9,9 @@ namespace {
 
 volatile std::sig_atomic_t cutOff = 0;
 volatile std::sig_atomic_t runningTool = 0;  // 0: none
-volatile std::sig_atomic_t passedOn = 0;     // the last signal that is for the tool as well; 0: none
+volatile std::sig_atomic_t passedOn = 0;     // the last signal that the tool must receive too; 0: none
 
-/// What the keyboard sends reaches the tool by itself.
+/// The tool receives the signals of the keyboard by itself.
 void Note(int signal) {
   cutOff = 1;
   if (signal != SIGTERM && signal != SIGHUP) return;
@@ -27,7 +27,7 @@ SignalsNoted::SignalsNoted() {
   struct sigaction note {};
   note.sa_handler = Note;
   for (std::size_t i = 0; i < NotedSignals.size(); ++i) {
-    // Whoever started the run with the signal ignored wants neither the run nor the tool to notice it.
+    // A run that was started with the signal ignored, as nohup does it, goes on, and so does its tool.
     ::sigaction(NotedSignals[i], nullptr, &old_[i]);
     if (old_[i].sa_handler != SIG_IGN) ::sigaction(NotedSignals[i], &note, nullptr);
   }
@@ -39,11 +39,11 @@ SignalsNoted::~SignalsNoted() {
 
 void WaitForTool(pid_t tool) {
   runningTool = tool;
-  if (passedOn != 0) ::kill(tool, passedOn);  // it came before the tool's number was known
+  if (passedOn != 0) ::kill(tool, passedOn);  // it arrived before the tool's number was known
   siginfo_t end{};
   while (::waitid(P_PID, static_cast<id_t>(tool), &end, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
   }
-  runningTool = 0;  // once it is reaped, its number may be another's
+  runningTool = 0;  // after waitpid, another process may have the number
   ::waitpid(tool, nullptr, 0);
   if (end.si_code != CLD_EXITED) cutOff = 1;
 }

@@ -9,8 +9,8 @@ namespace platform::posix {
 
 inline constexpr std::array NotedSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
-/// While it lives, a signal that asks for the end is noted and not obeyed, so that IP.BIN gets back into its
-/// place. It counts as cutting the tool off. One that was ignored before stays so.
+/// During its lifetime, a signal that asks the process to end is recorded instead of obeyed, so that IP.BIN
+/// returns to its folder. From then on the run is cut off. A signal that was ignored before stays ignored.
 class SignalsNoted {
  public:
   SignalsNoted();
@@ -22,12 +22,12 @@ class SignalsNoted {
   std::array<struct sigaction, NotedSignals.size()> old_{};
 };
 
-/// Waits for the end of `tool` and passes SIGTERM and SIGHUP on to it, which may not have got them. One that
-/// ends by a signal is cut off.
+/// Waits for the end of `tool` and passes on SIGTERM and SIGHUP, which it may not have received. If a signal
+/// ends the tool, the run is cut off.
 void WaitForTool(pid_t tool);
 
-/// True if a tool was cut off. What it left may be half a file, so from then on no file counts as existing,
-/// and the run stops at the test behind the tool.
+/// Returns true if the run is cut off. The output of the last tool may be incomplete, so from then on every
+/// path counts as missing, and the run stops at its next test.
 bool IsCutOff();
 
 }  // namespace platform::posix

@@ -4,7 +4,7 @@
 
 namespace platform::posix {
 
-/// Owns an open file descriptor; a negative number owns nothing.
+/// Owns an open file descriptor. A negative number owns nothing.
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}
@@ -15,7 +15,7 @@ class Descriptor {
   int Number() const { return number_; }
   bool IsOpen() const { return number_ >= 0; }
 
-  /// Before the end of its life.
+  /// Closes it before the end of its lifetime.
   void Close() {
     if (IsOpen()) ::close(number_);
     number_ = -1;

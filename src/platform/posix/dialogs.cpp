@@ -15,7 +15,7 @@
 #include "platform/posix/encoding.h"
 #include "platform/posix/spawn.h"
 
-// The user sits at a terminal, or at a display that zenity can show a box on, or is not there at all.
+// The user is at a terminal, or at a display where zenity can show a box, or is absent.
 
 namespace platform {
 namespace {
@@ -37,12 +37,12 @@ void Print(const std::string& text) {
   while (!rest.empty()) {
     const ssize_t count = ::write(STDERR_FILENO, rest.data(), rest.size());
     if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return;  // nobody is left to be told
+    if (count <= 0) return;  // there is no reader left
     rest.remove_prefix(static_cast<std::size_t>(count));
   }
 }
 
-/// One line from the terminal without its end; nothing at the end of input.
+/// Reads one line from the terminal, without its end. Returns nothing at the end of input.
 std::optional<std::string> ReadLine() {
   std::string line;
   char c = 0;
@@ -55,16 +55,16 @@ std::optional<std::string> ReadLine() {
   }
 }
 
-/// Runs zenity. Gives what it printed if the user confirmed; nothing if not, or if there is no zenity. It
-/// prints a path as it is only in a UTF-8 locale.
-std::optional<std::string> Zenity(std::vector<std::string> options) {
+/// Returns what zenity printed, or nothing if the user did not confirm or zenity cannot be started. It prints
+/// every path unchanged only in a UTF-8 locale.
+std::optional<std::string> RunZenity(std::vector<std::string> options) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) return std::nullopt;
   const posix::Descriptor readEnd(ends[0]);
   posix::Descriptor writeEnd(ends[1]);
   options.insert(options.begin(), {"env", "LC_ALL=C.UTF-8", "zenity"});
   const auto zenity = posix::Spawn("env", options, writeEnd.Number(), -1);
-  writeEnd.Close();  // or the reading would never end
+  writeEnd.Close();  // otherwise the loop never sees the end of the pipe
 
   std::string printed;
   std::array<char, 4096> buffer{};
@@ -84,7 +84,7 @@ std::optional<Text> AskForPath(const Text& title, std::vector<std::string> zenit
     answer = ReadLine();
   } else if (HasDisplay()) {
     zenityOptions.insert(zenityOptions.begin(), {"--file-selection", "--title=" + posix::Narrow(title)});
-    answer = Zenity(std::move(zenityOptions));
+    answer = RunZenity(std::move(zenityOptions));
     if (answer && answer->ends_with('\n')) answer->pop_back();
   }
   if (!answer || answer->find_first_not_of(' ') == std::string::npos) return std::nullopt;
@@ -101,11 +101,11 @@ void ShowMessage(const Text& text, int style) {
     std::vector<std::string> options{"--error", "--no-markup", "--title=", "--text=" + message};
     if (style != StopMessage) {
       options.front() = "--info";
-      options.emplace_back("--icon-name=");  // or it would show one
+      options.emplace_back("--icon-name=");  // without an icon
     }
-    if (Zenity(options)) return;
-    // Without zenity, or if it could not show the box, the message still has to be told. A box that was
-    // closed with Escape ends zenity alike: better told twice than not at all.
+    if (RunZenity(options)) return;
+    // Without zenity, or if it failed, the message must still appear. Zenity ends in the same way if the box
+    // was closed with Escape, and a message that appears twice is better than one that is lost.
   }
   Print(message.ends_with('\n') ? message : message + "\n");
   if (!HasTerminal()) return;

@@ -14,7 +14,7 @@ bool IsEscapedByte(wchar_t c) {
   return c >= EscapeBase + 0x80 && c <= EscapeBase + 0xFF;
 }
 
-/// The first code point of `bytes` and its length in bytes; length 0 if no valid sequence stands there.
+/// The first code point of a text and its length in bytes. The length is 0 if the bytes are not valid.
 struct Decoded {
   wchar_t codePoint;
   std::size_t length;
@@ -91,7 +91,7 @@ const wchar_t PathSeparator = L'/';
 
 std::string ToBytes(const Text& text) {
   std::string bytes;
-  for (const wchar_t c : text) bytes += c >= 0 && c <= 0xFF ? static_cast<char>(c) : '?';
+  for (const wchar_t c : text) bytes += static_cast<char32_t>(c) <= 0xFF ? static_cast<char>(c) : '?';
   return bytes;
 }
 
@@ -101,12 +101,12 @@ Text FromBytes(const std::string& bytes) {
   return text;
 }
 
-/// The letters whose capital is in ISO 8859-1 too, whatever the locale says.
+/// Only letters whose capital is in ISO 8859-1 too, in every locale.
 Text UpperCase(const Text& text) {
   const auto capital = [](wchar_t c) -> wchar_t {
     const bool ascii = c >= L'a' && c <= L'z';
     const bool latin = c >= 0xE0 && c <= 0xFE && c != 0xF7;
-    return ascii || latin ? c - 0x20 : c;
+    return ascii || latin ? static_cast<wchar_t>(c - 0x20) : c;
   };
   Text upper = text;
   std::ranges::transform(upper, upper.begin(), capital);

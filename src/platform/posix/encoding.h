@@ -7,14 +7,14 @@
 
 namespace platform::posix {
 
-/// UTF-8 as wide text. A byte b that is part of no valid sequence becomes U+DC00 + b, a code point that valid
-/// UTF-8 cannot hold, so that any path survives the way in and out (Unicode 15, 3.9, table 3-7).
+/// Returns UTF-8 as wide text. A byte b outside every valid sequence (Unicode 15, 3.9, table 3-7) becomes
+/// U+DC00 + b. Valid UTF-8 has no such code point, so every path survives the conversion and back.
 Text Widen(std::string_view bytes);
 
-/// The inverse of `Widen`.
+/// Does the inverse of `Widen`.
 std::string Narrow(const Text& text);
 
-/// `path` as the host takes it: up to its first NUL.
+/// Returns `path` up to its first NUL, as the host takes it.
 std::string HostPath(const Text& path);
 
 }  // namespace platform::posix

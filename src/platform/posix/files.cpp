@@ -84,7 +84,7 @@ void MoveByCopy(const std::string& from, const std::string& to) {
 }
 
 LocalTime ToLocal(const timespec& time) {
-  // A file system may hold years that 64 bits of 100 nanoseconds do not.
+  // A file system may have dates that do not fit into 64 bits of 100 nanoseconds.
   constexpr std::int64_t limit = 900'000'000'000;
   const std::time_t now = std::time(nullptr);
   struct tm local {};

@@ -2,10 +2,10 @@
 
 namespace platform::posix {
 
-/// Raises the `RuntimeError` for `error`, a value of errno, where the file itself must exist.
+/// Raises the `RuntimeError` for `error`, a value of errno. ENOENT means that the file is missing.
 [[noreturn]] void RaiseHostError(int error);
 
-/// The same where the file would have been created: if something is missing, it is a folder on the way.
+/// Does the same for a call that creates a file, where ENOENT means that a folder of the path is missing.
 [[noreturn]] void RaiseHostErrorOnCreate(int error);
 
 }  // namespace platform::posix

@@ -31,7 +31,7 @@ std::span<const char* const> keptArguments;
 std::string ExecutablePath() {
   std::array<char, 4096> path{};
   const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-  if (length < 0) throw DeviceError;  // without /proc
+  if (length < 0) throw DeviceError;  // /proc is not mounted
   if (static_cast<std::size_t>(length) == path.size()) posix::RaiseHostError(ENAMETOOLONG);
   const std::string name(path.data(), static_cast<std::size_t>(length));
   // The kernel marks the name of a program that was deleted or replaced since its start.
@@ -45,9 +45,9 @@ bool IsFile(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-/// What the tool may be called on this host: without ".exe", in the folder that the line names, or else on
-/// PATH, where the programs that take the options of mkisofs have several names.
-std::vector<std::string> FindTool(const std::string& named) {
+/// Returns the programs to try for a tool, in this order. Without ".exe", it is in the folder that the
+/// command line names or on PATH, where the programs that take the options of mkisofs have several names.
+std::vector<std::string> ListToolNames(const std::string& named) {
   const std::string tool = named.ends_with(".exe") ? named.substr(0, named.size() - 4) : named;
   if (IsFile(tool)) return {tool};
   const std::string name = tool.substr(tool.rfind('/') + 1);
@@ -55,8 +55,9 @@ std::vector<std::string> FindTool(const std::string& named) {
   return {name};
 }
 
-/// True if a folder of the user's own, closed to all others, stands at `path`; it is made if nothing does.
-bool HavePrivateFolder(const std::string& path) {
+/// Creates a folder at `path` if there is nothing. Returns true if the path is a folder that belongs to the
+/// user and that nobody else can enter.
+bool MakePrivateFolder(const std::string& path) {
   ::mkdir(path.c_str(), 0700);
   struct stat status {};
   return ::lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
@@ -88,16 +89,16 @@ Text ExecutableName() {
   return posix::Widen(path.substr(path.rfind('/') + 1));
 }
 
-/// In a shared folder, anybody could put a link where a fixed name is written; in one for all copies of the
-/// program, two runs would pack each other's files.
+/// In a shared folder, another user could plant a link under a fixed name. In one folder for all copies of
+/// the program, two runs would overwrite each other's files.
 Text TempFolder() {
   const char* configured = std::getenv("TMPDIR");
   const std::string parent = configured != nullptr && *configured != '\0' ? configured : "/tmp";
   const std::string users = parent + "/marrowvan-" + std::to_string(::geteuid());
   struct stat app {};
-  if (::stat(posix::HostPath(AppDir()).c_str(), &app) != 0 || !HavePrivateFolder(users)) return {};
+  if (::stat(posix::HostPath(AppDir()).c_str(), &app) != 0 || !MakePrivateFolder(users)) return {};
   const std::string ours = users + "/" + std::to_string(app.st_dev) + "-" + std::to_string(app.st_ino);
-  return HavePrivateFolder(ours) ? posix::Widen(ours + "/") : Text();
+  return MakePrivateFolder(ours) ? posix::Widen(ours + "/") : Text();
 }
 
 void EndProcess(int status) {
@@ -114,7 +115,7 @@ void StartAndWait(const Text& commandLine, int showStyle) {
   const posix::Descriptor nowhere(showStyle == 0 ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : -1);
   const posix::SignalsNoted whileTheToolRuns;
   if (posix::IsCutOff()) return;
-  for (const std::string& name : FindTool(arguments.front())) {
+  for (const std::string& name : ListToolNames(arguments.front())) {
     arguments.front() = name;
     const auto tool = posix::Spawn(name, arguments, nowhere.Number(), nowhere.Number());
     if (!tool) continue;

@@ -2,7 +2,7 @@
 
 namespace platform::posix {
 
-/// Keeps what `main` was given, its own name included, for `RawCommandLine`.
+/// Stores the arguments of `main`, including the program's name, for `RawCommandLine`.
 void KeepArguments(int count, const char* const* arguments);
 
 }  // namespace platform::posix

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstddef>
 
 namespace platform::posix {
@@ -25,11 +24,11 @@ std::string TakeArgument(const std::string& line, std::size_t& at) {
   std::string argument;
   bool quoted = false;
   while (at < line.size()) {
-    const std::size_t behind = std::min(line.find_first_not_of('\\', at), line.size());
-    const std::size_t backslashes = behind - at;
-    const bool beforeQuote = behind < line.size() && line[behind] == '"';
+    const std::size_t end = std::min(line.find_first_not_of('\\', at), line.size());
+    const std::size_t backslashes = end - at;
+    const bool beforeQuote = end < line.size() && line[end] == '"';
     argument.append(beforeQuote ? backslashes / 2 : backslashes, '\\');
-    at = behind;
+    at = end;
     if (at == line.size()) break;
 
     const char c = line[at];
@@ -83,10 +82,7 @@ std::optional<pid_t> Spawn(const std::string& program, const std::vector<std::st
 
 bool WaitForSuccess(pid_t process) {
   int status = 0;
-  while (::waitpid(process, &status, 0) < 0) {
-    if (errno != EINTR) return false;
-  }
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+  return ::waitpid(process, &status, 0) == process && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 }  // namespace platform::posix
