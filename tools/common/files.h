@@ -9,15 +9,15 @@
 
 namespace tools {
 
-/// A failure that ends a tool. The text names the file and the reason.
+/// A failure that ends a tool. The text contains the path and the reason.
 struct FileError : std::runtime_error {
   FileError(const std::string& path, const std::string& reason) : std::runtime_error(path + ": " + reason) {}
 };
 
-/// What the host calls an open file: a descriptor or a handle. It is closed at the end of its life.
+/// An open file of the host: a descriptor or a handle. The destructor closes it.
 class FileHandle {
  public:
-  /// Both hosts give -1 for a file that could not be opened.
+  /// On both hosts, -1 is a file that could not be opened.
   explicit FileHandle(std::intptr_t value = -1) : value_(value) {}
   FileHandle& operator=(FileHandle&& other) noexcept {
     std::swap(value_, other.value_);
@@ -28,14 +28,15 @@ class FileHandle {
   std::intptr_t Value() const { return value_; }
   bool IsOpen() const { return value_ != -1; }
 
-  /// Closes what is open. False if the host reports a failure then, which may be that of an earlier write.
+  /// Closes the file if it is open. Returns false if the host reports a failure, which may be that of an
+  /// earlier write.
   bool Close();
 
  private:
   std::intptr_t value_;
 };
 
-/// The file at `path` is removed at the end of its life. An empty path is none.
+/// Removes the file at `path` in the destructor, unless the path is empty.
 struct PartFile {
   PartFile() = default;
   PartFile(const PartFile&) = delete;
@@ -45,7 +46,7 @@ struct PartFile {
   std::string path;
 };
 
-/// A file that is read. Every failure is a `FileError`.
+/// A file to read. Every failure is a `FileError`, also a path to anything but a regular file.
 class InputFile {
  public:
   explicit InputFile(const std::string& path);
@@ -55,8 +56,8 @@ class InputFile {
   /// The length in bytes.
   std::uint64_t Size() const { return size_; }
 
-  /// Fills `buffer` with the bytes from `offset` on. Fails if the file ends before it is full. Several
-  /// threads may read at a time.
+  /// Fills `buffer` with the bytes from `offset` on. Fails if the file ends too early. Several threads can
+  /// read at once.
   void ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const;
 
  private:
@@ -65,30 +66,30 @@ class InputFile {
   std::uint64_t size_ = 0;
 };
 
-/// A file that appears complete or not at all: it comes to its place, over an older file, only in `Commit`.
-/// Until then the host removes it if the process ends, however that may be; it is written without a name, or
-/// under one of its own beside its place. Where a POSIX file system or kernel has no files without a name, a
-/// process that is killed leaves it. Every failure is a `FileError`.
+/// A file that appears complete or not at all. The bytes go to a part file in the same folder, whose name
+/// begins with ".part-". `Commit` moves it to its place, over an older file. If the tool fails or is
+/// interrupted, the part file is removed. A POSIX host cannot do that for a killed tool: the part file stays.
+/// Every failure is a `FileError`.
 class OutputFile {
  public:
-  /// Refuses a place where something stands that is no file. Where the host has links, one to a file is
-  /// followed.
+  /// Fails if `path` is a folder, a device or a pipe. On POSIX, a link to a file is followed.
   explicit OutputFile(const std::string& path);
 
-  /// Gives the file its length and, where the host can, its place on the disk. What nobody writes is zero.
+  /// Sets the length of the file and, if the host can, reserves its space on the disk. Bytes that are never
+  /// written are zero.
   void Reserve(std::uint64_t size);
 
-  /// Several threads may write at a time.
+  /// Several threads can write at once.
   void WriteAt(std::uint64_t offset, std::span<const std::byte> bytes);
 
-  /// Fails too if the host reports an earlier failure only when the file is closed.
+  /// Moves the complete file to its place. Fails if the host reports an earlier failure only now.
   void Commit();
 
  private:
   std::string path_;
   std::string target_;
   PartFile part_;
-  FileHandle file_;  // behind the part file, so that it is closed before that is removed
+  FileHandle file_;  // after the part file, because the host must close it before it removes that
 };
 
 bool StandardErrorIsTerminal();

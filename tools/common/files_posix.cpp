@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <csignal>
 #include <cstddef>
@@ -28,32 +29,17 @@ int Descriptor(const FileHandle& file) {
   return static_cast<int>(file.Value());
 }
 
-/// Where `path` leads, if it is a link; otherwise `path` itself.
+/// Returns the path of the file that a link leads to, or `path` itself.
 std::string FollowLink(const std::string& path) {
   std::array<char, PATH_MAX> target{};
   return ::realpath(path.c_str(), target.data()) != nullptr ? std::string(target.data()) : path;
 }
 
-std::string FolderOf(const std::string& path) {
-  return path.substr(0, path.rfind('/') + 1);
-}
-
-/// A name beside `target` for a file that is to move there.
-std::string UnusedPartPath(const std::string& target) {
-  std::string path = FolderOf(target) + ".part-" + std::to_string(::getpid());
-  ::unlink(path.c_str());  // left by a process that had the same number
-  return path;
-}
-
-/// What the system calls an open file, even one that stands in no folder.
-std::string NameOfOpenFile(const FileHandle& file) {
-  return "/proc/self/fd/" + std::to_string(Descriptor(file));
-}
-
-/// Gives an open file without a name that of `path`. False if something has it.
-bool Link(const FileHandle& file, const std::string& path) {
-  const std::string source = NameOfOpenFile(file);
-  return ::linkat(AT_FDCWD, source.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0;
+/// Returns an unused path in the folder of `target`. The time keeps even processes with the same number
+/// apart, as in two containers that share the folder.
+std::string PartPath(const std::string& target) {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return target.substr(0, target.rfind('/') + 1) + ".part-" + std::to_string(now.count());
 }
 
 std::array<char, PATH_MAX> unfinished{};
@@ -64,11 +50,14 @@ void RemoveUnfinishedAndEnd(int signal) {
   ::raise(signal);
 }
 
-/// Has the file at `path` removed if the process is told to end.
+/// Removes the file at `path` if a signal ends the process. A signal that is ignored, as with nohup, stays
+/// so.
 void RemoveOnSignal(const std::string& path) {
   path.copy(unfinished.data(), unfinished.size() - 1);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    if (::signal(signal, RemoveUnfinishedAndEnd) == SIG_IGN) ::signal(signal, SIG_IGN);
+    struct sigaction action {};
+    ::sigaction(signal, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) ::signal(signal, RemoveUnfinishedAndEnd);
   }
 }
 
@@ -84,7 +73,7 @@ PartFile::~PartFile() {
 }
 
 InputFile::InputFile(const std::string& path)
-    : path_(path), file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    : path_(path), file_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {  // or a pipe would wait
   struct stat status {};
   if (!file_.IsOpen() || ::fstat(Descriptor(file_), &status) != 0) Fail(path_);
   if (!S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
@@ -106,16 +95,11 @@ void InputFile::ReadAt(std::uint64_t offset, std::span<std::byte> buffer) const 
 OutputFile::OutputFile(const std::string& path) : path_(path), target_(FollowLink(path)) {
   struct stat status {};
   if (::stat(target_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw FileError(path_, "not a file");
-  const std::string folder = FolderOf(target_) + ".";
-  file_ = FileHandle(::open(folder.c_str(), O_WRONLY | O_TMPFILE | O_CLOEXEC, 0666));
-  if (file_.IsOpen() && ::access(NameOfOpenFile(file_).c_str(), F_OK) == 0) return;
-
-  // Not every file system has files without a name, nor every system a way to name them.
-  std::string partPath = UnusedPartPath(target_);
+  std::string partPath = PartPath(target_);
+  RemoveOnSignal(partPath);
   file_ = FileHandle(::open(partPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
   if (!file_.IsOpen()) Fail(path_);
   part_.path = std::move(partPath);
-  RemoveOnSignal(part_.path);
 }
 
 void OutputFile::Reserve(std::uint64_t size) {
@@ -140,16 +124,7 @@ void OutputFile::WriteAt(std::uint64_t offset, std::span<const std::byte> bytes)
 }
 
 void OutputFile::Commit() {
-  if (part_.path.empty()) {  // it gets its name while it is open: its own if nothing has that
-    std::string name = target_;
-    if (!Link(file_, name)) {
-      name = UnusedPartPath(target_);
-      if (!Link(file_, name)) Fail(path_);
-    }
-    part_.path = std::move(name);
-  }
-  if (!file_.Close()) Fail(path_);
-  if (part_.path != target_ && ::rename(part_.path.c_str(), target_.c_str()) != 0) Fail(path_);
+  if (!file_.Close() || ::rename(part_.path.c_str(), target_.c_str()) != 0) Fail(path_);
   part_.path.clear();
 }
 

@@ -4,7 +4,7 @@
 
 namespace tools {
 
-/// The words of Windows for the last error of the calling thread.
+/// Returns the text of Windows for the last error of the calling thread.
 std::string LastErrorText();
 
 }  // namespace tools

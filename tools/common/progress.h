@@ -4,13 +4,13 @@
 #include <iostream>
 #include <mutex>
 
-#include "common/failure.h"
 #include "common/files.h"
+#include "common/self.h"
 
 namespace tools {
 
-/// A line on the terminal, if there is one, with the part of `total` that is done. Several threads report to
-/// it.
+/// A line on the terminal that shows how much of `total` is done, in percent. Without a terminal, it shows
+/// nothing. Several threads can report to it.
 class Progress {
  public:
   explicit Progress(std::uint64_t total) : total_(total), shown_(StandardErrorIsTerminal()) {}
@@ -18,7 +18,7 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress() {
-    if (percent_ >= 0 && done_ < total_) std::cerr << '\n';  // the reason for it stands on a line of its own
+    if (percent_ >= 0 && done_ < total_) std::cerr << '\n';  // the reason of the failure gets its own line
   }
 
   void Add(std::uint64_t done) {

@@ -9,19 +9,19 @@
 
 namespace tools {
 
-/// Does `work` on two threads at a time: one computes while the other one reads or writes. Throws what one of
-/// them throws, when both have ended.
+/// Calls `work` on two threads at once, so that one can compute while the other one reads or writes. Throws
+/// what one of them throws, after both have ended.
 inline void OnTwoThreads(const std::function<void()>& work) {
   std::future<void> other = std::async(std::launch::async, work);
   work();
   other.get();
 }
 
-/// What one thread works on at a time: little enough to stay in its cache.
+/// The sectors that a thread works on at once: few enough for its cache.
 inline constexpr std::uint64_t SectorsAtOnce = 64;
 
-/// Calls `work` with the first sector and the number of each batch in front of `end`, each the next from
-/// `next` on that no other thread has taken.
+/// Calls `work` with the first sector and the number of sectors of one batch after the other, up to `end`.
+/// `next` is the first sector that no thread has taken yet.
 template <typename Work>
 void ForEachBatch(std::atomic<std::uint64_t>& next, std::uint64_t end, Work work) {
   for (;;) {
