@@ -5,12 +5,12 @@
 
 #include <array>
 
-#include "cdi/coded_area.h"
+#include "cdi/sector_codec.h"
 #include "cdi/sector.h"
 
 namespace {
 
-void Encode(benchmark::State& state, const cdi::SectorEncoder& encoder) {
+void Encode(benchmark::State& state, const cdi::SectorCodec& encoder) {
   constexpr std::size_t sectors = 64;
   static std::array<std::byte, sectors * cdi::UserDataSize> userData{};
   static std::array<std::byte, sectors * cdi::StoredSectorSize> stored{};
@@ -24,7 +24,7 @@ void Encode(benchmark::State& state, const cdi::SectorEncoder& encoder) {
   state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * userData.size()));
 }
 
-void Verify(benchmark::State& state, const cdi::SectorEncoder& encoder) {
+void Verify(benchmark::State& state, const cdi::SectorCodec& encoder) {
   constexpr std::size_t sectors = 64;
   using Area = std::array<std::byte, cdi::PaddedAreaSize>;
   static std::array<Area, sectors> areas{};
@@ -43,7 +43,7 @@ void Verify(benchmark::State& state, const cdi::SectorEncoder& encoder) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  for (const cdi::SectorEncoder& encoder : cdi::SectorEncoders()) {
+  for (const cdi::SectorCodec& encoder : cdi::SectorCodecs()) {
     benchmark::RegisterBenchmark((std::string("encode sector/") + encoder.name).c_str(), Encode, encoder);
     benchmark::RegisterBenchmark((std::string("verify sector/") + encoder.name).c_str(), Verify, encoder);
   }

@@ -4,23 +4,23 @@
 #include <array>
 #include <random>
 
-#include "cdi/coded_area.h"
+#include "cdi/sector_codec.h"
 
 using namespace cdi;
 
-TEST(SectorEncoders, AllWriteTheSameBytesAndSeeTheSameDamage) {
+TEST(SectorCodecs, AllWriteTheSameBytesAndSeeTheSameDamage) {
   std::mt19937 random(7);
   for (int round = 0; round < 200; ++round) {
     std::array<std::byte, UserDataSize> userData;
     for (std::byte& byte : userData) byte = static_cast<std::byte>(random());
     std::array<std::byte, StoredSectorSize> expected{};
-    SectorEncoders().front().encode(userData.data(), expected.data());
+    SectorCodecs().front().encode(userData.data(), expected.data());
     std::array<std::byte, PaddedAreaSize> area{};
     std::ranges::copy(expected, area.begin() + HeaderSize);
     const std::size_t q = Rows * RowSize + random() % ColumnSize;  // in the Q parity
     const std::vector<std::size_t> damages[] = {{HeaderSize + random() % StoredSectorSize},
                                                 {q, q + ColumnSize}};  // whose plain sum stays zero
-    for (const SectorEncoder& encoder : SectorEncoders()) {
+    for (const SectorCodec& encoder : SectorCodecs()) {
       SCOPED_TRACE(encoder.name);
       std::array<std::byte, StoredSectorSize> stored{};
       encoder.encode(userData.data(), stored.data());

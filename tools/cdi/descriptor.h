@@ -4,10 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "cdi/sector.h"
 #include "disc/bytes.h"
 
-/// The descriptor's blocks as data. A field has a name where its meaning is known; of the others only the
-/// value is, which stands in the table of what each image that is written has in common.
+/// The descriptor's blocks as data. A field whose meaning is known has a name. The tables contain the values
+/// that all images of cdi4dc have in common, also of fields whose meaning is unknown.
 namespace cdi {
 
 using disc::Field;
@@ -21,41 +22,41 @@ inline constexpr std::uint32_t Version2 = 0x80000004;
 inline constexpr std::uint32_t Version3 = 0x80000005;
 inline constexpr std::uint32_t Version35 = 0x80000006;
 
-/// What fits on an 80-minute disc, in sectors.
+/// The sectors of an 80-minute disc.
 inline constexpr std::uint32_t DiscCapacity = 360000;
 
-/// In front of everything.
+/// The first byte of the descriptor.
 inline constexpr Field SessionCount{0, 1};
 
-/// One before each session's tracks, and one without tracks as the end mark.
+/// Before the tracks of each session. One without tracks is the end mark.
 namespace session_block {
 inline constexpr std::size_t Size = 15;
 inline constexpr Field TrackCount{1, 1};
 inline constexpr FieldValue Constants[] = {{{9, 4}, 1}, {{13, 2}, 0xFFFF}};
 }  // namespace session_block
 
-/// The start of each track block and of the disc block. It holds the file name, so that its fields lie in
-/// front of the name (offsets from the block's start) or behind it (offsets from the name's end).
+/// The start of each track block and of the disc block. It contains the file name: its fields are before the
+/// name (offsets from the block's start) or after it (offsets from the name's end).
 namespace header {
-inline constexpr std::size_t SizeInFront = 17;
+inline constexpr std::size_t SizeBeforeName = 17;
 inline constexpr Field TracksOnDisc{15, 1};
 inline constexpr Field NameLength{16, 1};
-inline constexpr std::size_t LongestName = 255;
-inline constexpr FieldValue ConstantsInFront[] = {
+inline constexpr std::size_t LongestName = 255;  ///< in bytes
+inline constexpr FieldValue ConstantsBeforeName[] = {
     {{0, 4}, 0x0000FFFF},
     {{4, 4}, 1},
     {{8, 4}, 0xFFFFFFFF},
     {TracksOnDisc, 2},
 };
 
-inline constexpr std::size_t SizeBehind = 31;
-inline constexpr std::size_t ShortSizeBehind = 23;  ///< where the mark is missing
+inline constexpr std::size_t SizeAfterName = 31;
+inline constexpr std::size_t ShortSizeAfterName = 23;  ///< without the mark
 inline constexpr Field LongMark{19, 4};
 inline constexpr std::uint32_t LongMarkValue = 0x80000000;
 inline constexpr Field Capacity{23, 4};
 inline constexpr Field Medium{29, 2};
 inline constexpr std::uint32_t CompactDisc = 0x98;
-inline constexpr FieldValue ConstantsBehind[] = {
+inline constexpr FieldValue ConstantsAfterName[] = {
     {{11, 1}, 2},
     {LongMark, LongMarkValue},
     {Capacity, DiscCapacity},
@@ -63,8 +64,8 @@ inline constexpr FieldValue ConstantsBehind[] = {
 };
 }  // namespace header
 
-/// Behind the header of a track block, as it is with two index lengths and without CD-Text. Other writers
-/// have other numbers of both, which move the fields behind them.
+/// After the header of a track block, with two index lengths and without CD-Text. The images of other
+/// programs have other numbers of both, which move the fields after them.
 namespace track_block {
 inline constexpr std::size_t Size = 188;
 inline constexpr Field IndexCount{0, 2};
@@ -88,16 +89,17 @@ inline constexpr Field SampleRate{114, 4};
 inline constexpr Field SessionType{176, 1};
 inline constexpr Field End{184, 4};
 
-/// The last bytes, which every version has. In version 2 they follow `IsrcValid`, in an old version 3, where
-/// the mark has another value, the mark.
+/// The last bytes of every version. In version 2 they follow `IsrcValid`. In an old version 3, where the mark
+/// has another value, they follow the mark.
 inline constexpr std::size_t LastSize = 12;
 
 inline constexpr std::uint32_t Audio = 0;
 inline constexpr std::uint32_t Mode1 = 1;
 inline constexpr std::uint32_t Mode2 = 2;
 
-/// The sizes that `SectorSize` counts, in bytes.
-inline constexpr std::array<std::uint32_t, 5> SectorSizes{2048, 2336, 2352, 2368, 2448};
+/// The meaning of `SectorSize` 0, 1, ... in bytes. The last two have subchannels.
+inline constexpr std::array<std::uint32_t, 5> SectorSizes{UserDataSize, StoredSectorSize, RawSectorSize,
+                                                          RawSectorSize + 16, RawSectorSize + 96};
 
 inline constexpr FieldValue Constants[] = {
     {IndexCount, 2},               // pregap and track
@@ -123,21 +125,22 @@ inline constexpr FieldValue DataTrack[] = {
 };
 }  // namespace track_block
 
-/// Behind the header of the disc block: first what lies in front of the volume name, then what lies behind.
+/// After the header of the disc block: fields before the volume name, then fields after it.
 namespace disc_block {
-inline constexpr std::size_t SizeInFront = 5;
+inline constexpr std::size_t SizeBeforeName = 5;
 inline constexpr Field DiscSize{0, 4};
 inline constexpr Field NameLength{4, 1};
 
-inline constexpr std::size_t SizeBehind = 38;
-inline constexpr FieldValue ConstantsBehind[] = {{{1, 4}, 1}, {{5, 4}, 1}};
+inline constexpr std::size_t SizeAfterName = 38;
+inline constexpr FieldValue ConstantsAfterName[] = {{{1, 4}, 1}, {{5, 4}, 1}};
 }  // namespace disc_block
 
 /// The end of the disc block and of the file.
 namespace file_end {
 inline constexpr std::size_t Size = 8;
 inline constexpr Field Version{0, 4};
-/// In version 3.5 the length of the descriptor, with this field; before, the descriptor's offset in the file.
+/// In version 3.5 the length of the descriptor, this field included. In older versions its offset in the
+/// file.
 inline constexpr Field DescriptorPlace{4, 4};
 }  // namespace file_end
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cdi/descriptor.h"
-#include "cdi/image.h"
+#include "cdi/make_descriptor.h"
 #include "cdi/sector.h"
 #include "common/files.h"
 #include "common/program.h"
@@ -24,7 +24,7 @@ namespace volume_descriptor = disc::iso9660::volume_descriptor;
 
 constexpr const char* NoVolume = "no ISO 9660 volume descriptor at sector 16";
 
-/// The number of sectors of an image, which must be whole sectors and enough of them for a volume descriptor.
+/// Returns the number of sectors of an ISO image. They must be whole and include a volume descriptor.
 std::uint32_t SectorCount(const tools::InputFile& iso) {
   if (iso.Size() == 0) throw tools::FileError(iso.Path(), "the file is empty");
   if (iso.Size() % cdi::UserDataSize != 0) {
@@ -38,16 +38,16 @@ std::uint32_t SectorCount(const tools::InputFile& iso) {
   return static_cast<std::uint32_t>(count);
 }
 
-/// The sectors that the volume says it has; 0 if its two notations of the number, one for each byte order,
-/// do not agree.
+/// Returns the number of sectors that the volume descriptor states, once in each byte order; 0 if the two
+/// differ.
 std::uint32_t VolumeSize(std::span<const std::byte> descriptor) {
   const auto both = disc::ReadText(descriptor, volume_descriptor::VolumeSizeInBothOrders);
   const bool agree = std::equal(both.begin(), both.end(), both.rbegin());
   return agree ? disc::ReadNumber(descriptor, volume_descriptor::VolumeSize) : 0;
 }
 
-/// The volume name of an image of `sectors`, which must hold all of its volume: a tool that was stopped
-/// leaves less.
+/// Returns the volume name of an ISO image with this number of sectors. It must contain its whole volume: a
+/// tool that was stopped leaves less.
 std::string VolumeName(const tools::InputFile& iso, std::uint32_t sectors) {
   std::vector<std::byte> descriptor(cdi::UserDataSize);
   iso.ReadAt(volume_descriptor::Sector * cdi::UserDataSize, descriptor);
@@ -86,14 +86,14 @@ void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
   const std::uint32_t sectors = SectorCount(iso);
   const std::string volumeName = VolumeName(iso, sectors);
   if (cdi::DataTrackStart + sectors > cdi::DiscCapacity) {
-    std::cerr << "cdi4dc: " << cdiPath << ": warning: " << cdi::DataTrackStart + sectors
+    std::cerr << tools::Self.name << ": " << cdiPath << ": warning: " << cdi::DataTrackStart + sectors
               << " sectors fit on no 80-minute disc, which holds " << cdi::DiscCapacity << '\n';
   }
   const std::vector<std::byte> descriptor = cdi::MakeDescriptor(FileName(cdiPath), volumeName, sectors);
   const std::uint64_t descriptorOffset =
       cdi::DataTrackOffset + std::uint64_t{sectors} * cdi::StoredSectorSize;
 
-  // The audio track and both pregaps are zero, as is all that nobody writes.
+  // The audio track and both pregaps are zero, like all bytes that are never written.
   tools::OutputFile image(cdiPath);
   image.Reserve(descriptorOffset + descriptor.size());
   image.WriteAt(descriptorOffset, descriptor);

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "cdi/parse.h"
+#include "cdi/image.h"
 #include "cdicheck/volume.h"
 
 namespace cdicheck {
@@ -13,25 +13,24 @@ enum class Severity { Error, Warning };
 
 struct Problem {
   Severity severity;  ///< an error keeps the disc from booting
-  std::string text;   ///< one sentence that says what to do about it
+  std::string text;   ///< one sentence on what is wrong, one on what to do
 };
 
-/// A field of the boot header, in words.
+/// A field of the boot header as text.
 struct HeaderField {
   std::string name;
   std::string text;
 };
 
-/// What is on an image, as far as it could be read, and what is wrong with it.
+/// The contents of an image, as far as they can be read, and its problems.
 struct Report {
   std::optional<cdi::Image> image;
   std::vector<HeaderField> bootHeader;
-  std::string bootFile;  ///< the name in the boot header
   std::optional<Volume> volume;
   std::vector<Problem> problems;
 };
 
-/// Never fails because of what it reads: throws `cdi::FormatError` if it is no image at all.
+/// Checks an image, however damaged it is. Throws `cdi::FormatError` if it is not an image at all.
 Report Check(const cdi::Source& source);
 
 }  // namespace cdicheck

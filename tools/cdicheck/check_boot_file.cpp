@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,28 +15,27 @@
 namespace cdicheck {
 namespace {
 
-/// A boot file lies between 0x8C010000 and the end of memory at 0x8D000000.
+/// The room from 0x8C010000 to the end of memory at 0x8D000000.
 constexpr std::uint32_t LargestBootFile = 0xFF0000;
 
 constexpr std::string_view ElfMagic("\177ELF");
 
-/// Of less it cannot be told whether it is a program.
+/// A shorter file is not judged.
 constexpr std::size_t ShortestProgram = 512;
 
 /// The least address share of a program, in percent.
 constexpr int ProgramShare = 25;
 
-/// Memory, uncached memory, or a register of the console or its processor.
+/// Returns true for an address of memory, of uncached memory, or of a register.
 bool IsConsoleAddress(std::uint32_t value) {
   const std::uint32_t area = value >> 24;
   return area == 0x0C || area == 0x8C || area == 0xAC || area == 0xFF || (value >> 16) == 0xA05F;
 }
 
-/// How much `program` (plain, as it lies in memory) looks like SH-4 code, in percent. Compilers load
-/// addresses from pools of constants near the code. Of these loads, which are easy to find, three in four
-/// give an address of the console in a program; one or two in ten where its slices stand in the wrong order,
-/// and two in a hundred in random bytes. 0 if there are fewer than two. Only the start is looked at, where
-/// the code is.
+/// Returns how much `program` (plain) looks like SH-4 code, in percent. Compilers load addresses from pools
+/// of constants near the code, and these loads are easy to find. Three in four of them load an address of the
+/// console in a program; one or two in ten where the slices are in the wrong order; two in a hundred in
+/// random bytes. 0 if there are fewer than two. Reads the start only, where the code is.
 int AddressShare(std::span<const std::byte> program) {
   constexpr std::size_t start = std::size_t{64} * 1024;
   std::size_t loads = 0, addresses = 0;
@@ -50,53 +50,46 @@ int AddressShare(std::span<const std::byte> program) {
   return addresses < 2 ? 0 : static_cast<int>(addresses * 100 / loads);
 }
 
-void CheckProgram(std::span<const std::byte> stored, Report& report) {
-  if (disc::ReadText(stored, {0, stored.size()}).starts_with(ElfMagic)) {
-    Add(report, problems::ElfFile);
-    return;
-  }
-  if (stored.size() < ShortestProgram) return;
+std::optional<Problem> CheckProgram(std::span<const std::byte> stored) {
+  if (disc::ReadText(stored, {0, stored.size()}).starts_with(ElfMagic)) return Describe(problems::ElfFile);
+  if (stored.size() < ShortestProgram) return std::nullopt;
   std::vector<std::byte> plain(stored.size());
   scramble::Unscramble(stored, plain);
   const int plainShare = AddressShare(plain);
   const int storedShare = AddressShare(stored);
-  if (std::max(plainShare, storedShare) < ProgramShare) {
-    Add(report, problems::NoProgram);
-  } else if (storedShare > plainShare) {
-    Add(report, problems::NotScrambled);
-  }
+  if (std::max(plainShare, storedShare) < ProgramShare) return Describe(problems::NoProgram);
+  return storedShare > plainShare ? std::optional(Describe(problems::NotScrambled)) : std::nullopt;
+}
+
+/// Describes a boot file that is not in the root.
+Problem DescribeMissing(const std::vector<FileEntry>& files, const std::string& name) {
+  const auto elsewhere =
+      std::ranges::find_if(files, [&](const FileEntry& entry) { return entry.path.ends_with("/" + name); });
+  return elsewhere == files.end() ? Describe(problems::NoBootFile, {name})
+                                  : Describe(problems::BootFileInFolder, {name, elsewhere->path});
 }
 
 }  // namespace
 
-void CheckBootFile(Report& report) {
-  const std::string& name = report.bootFile;
-  const auto& files = report.volume->files;
-  const auto file = std::ranges::find(files, name, &FileEntry::path);
-  if (file == files.end()) {
-    const auto elsewhere =
-        std::ranges::find_if(files, [&](const FileEntry& entry) { return entry.path.ends_with("/" + name); });
-    if (elsewhere != files.end()) {
-      Add(report, problems::BootFileInFolder, {name, elsewhere->path});
-    } else {
-      Add(report, problems::NoBootFile, {name});
-    }
-    return;
-  }
-  if (!file->hasVersion) Add(report, problems::NoFileVersion);
+std::vector<Problem> CheckBootFile(const cdi::Image& image, const Volume& volume, const std::string& name) {
+  const auto file = std::ranges::find(volume.files, name, &FileEntry::path);
+  if (file == volume.files.end()) return {DescribeMissing(volume.files, name)};
+  std::vector<Problem> found;
+  if (!file->hasVersion) found.push_back(Describe(problems::NoFileVersion));
   if (file->size > LargestBootFile) {
-    Add(report, problems::BootFileTooLarge, {std::to_string(file->size), std::to_string(LargestBootFile)});
-    return;
+    found.push_back(
+        Describe(problems::BootFileTooLarge, {std::to_string(file->size), std::to_string(LargestBootFile)}));
+  } else if (file->size == 0) {
+    found.push_back(Describe(problems::BootFileEmpty));
+  } else {
+    try {
+      const auto problem = CheckProgram(image.UserData(file->lba, file->size));
+      if (problem) found.push_back(*problem);
+    } catch (const cdi::FormatError&) {
+      found.push_back(Describe(problems::BootFileOutside));
+    }
   }
-  if (file->size == 0) {
-    Add(report, problems::BootFileEmpty);
-    return;
-  }
-  try {
-    CheckProgram(report.image->UserData(file->lba, file->size), report);
-  } catch (const cdi::FormatError&) {
-    Add(report, problems::BootFileOutside);
-  }
+  return found;
 }
 
 }  // namespace cdicheck

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -23,21 +24,21 @@ struct NamedField {
   disc::Field field;
 };
 constexpr NamedField ShownFields[] = {
-    {"hardware", Hardware},
+    {"hardware", HardwareId},
     {"maker", Maker},
-    {"device", Device},
+    {"device", DeviceInfo},
     {"areas", Areas},
     {"peripherals", Peripherals},
-    {"product", Product},
+    {"product", ProductNumber},
     {"version", Version},
-    {"date", Date},
-    {"boot file", BootFile},
+    {"date", ReleaseDate},
+    {"boot file", BootFileName},
     {"software maker", SoftwareMaker},
     {"title", Title},
 };
 constexpr std::string_view Padding("\0 ", 2);
 
-/// CRC-16 with the polynomial 0x1021 and the start value 0xFFFF, in four digits.
+/// Returns the CRC-16 with the polynomial 0x1021 and the start value 0xFFFF, in four hexadecimal digits.
 std::string CheckValueOf(std::string_view text) {
   unsigned crc = 0xFFFF;
   for (const char c : text) {
@@ -49,41 +50,38 @@ std::string CheckValueOf(std::string_view text) {
   return digits.data();
 }
 
-/// Of a body without a byte of code nothing else need be said.
-void CheckBody(std::span<const std::byte> bootSector, Report& report) {
+std::optional<Problem> CheckBody(std::span<const std::byte> bootSector) {
   const auto isZero = [](std::byte byte) { return byte == std::byte{0}; };
-  if (std::ranges::all_of(bootSector.subspan(BodyOffset), isZero)) {
-    Add(report, problems::HeaderOnly);
-  } else if (disc::ReadNumber(bootSector, {StartOffset, 4}) == 0 ||
-             disc::ReadNumber(bootSector, {StartOffset, 2}) == 0xFFFF) {
-    Add(report, problems::NoStartCode);
-  }
+  if (std::ranges::all_of(bootSector.subspan(BodyOffset), isZero)) return Describe(problems::HeaderOnly);
+  const bool hasCode = disc::ReadNumber(bootSector, {StartOffset, 4}) != 0 &&
+                       disc::ReadNumber(bootSector, {StartOffset, 2}) != 0xFFFF;
+  return hasCode ? std::nullopt : std::optional(Describe(problems::NoStartCode));
 }
 
 }  // namespace
 
-void CheckBootSector(std::int64_t start, Report& report) {
-  std::vector<std::byte> bootSector;
+BootSector CheckBootSector(const cdi::Image& image, std::int64_t start) {
+  BootSector found;
+  std::vector<std::byte> bytes;
   try {
-    bootSector = report.image->UserData(start, BootSectorSize);
+    bytes = image.UserData(start, BootSectorSize);
   } catch (const cdi::FormatError&) {
-    Add(report, problems::NoBootSector);
-    return;
+    found.problems.push_back(Describe(problems::NoBootSector));
+    return found;
   }
-  if (!disc::ReadText(bootSector, Hardware).starts_with(HardwareId)) {
-    Add(report, problems::NoBootHeader);
-    return;
+  if (!disc::ReadText(bytes, HardwareId).starts_with(DreamcastId)) {
+    found.problems.push_back(Describe(problems::NoBootHeader));
+    return found;
   }
-  const auto shown = [&](disc::Field field) {
-    return disc::TrimEnd(disc::ReadText(bootSector, field), Padding);
-  };
-  for (const auto& [name, field] : ShownFields) report.bootHeader.push_back({name, shown(field)});
-  report.bootFile = shown(BootFile);
+  const auto shown = [&](disc::Field field) { return disc::TrimEnd(disc::ReadText(bytes, field), Padding); };
+  for (const auto& [name, field] : ShownFields) found.header.push_back({name, shown(field)});
+  found.bootFile = shown(BootFileName);
 
-  const std::string value(disc::ReadText(bootSector, CheckValue));
-  const std::string expected = CheckValueOf(disc::ReadText(bootSector, CheckedText));
-  if (value != expected) Add(report, problems::WrongCheckValue, {value, expected});
-  CheckBody(bootSector, report);
+  const std::string value(disc::ReadText(bytes, CheckValue));
+  const std::string expected = CheckValueOf(disc::ReadText(bytes, CheckedText));
+  if (value != expected) found.problems.push_back(Describe(problems::WrongCheckValue, {value, expected}));
+  if (const auto problem = CheckBody(bytes)) found.problems.push_back(*problem);
+  return found;
 }
 
 }  // namespace cdicheck

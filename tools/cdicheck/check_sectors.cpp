@@ -5,6 +5,8 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "cdi/sector.h"
@@ -15,22 +17,26 @@
 namespace cdicheck {
 namespace {
 
-/// The damaged sectors of one track or of several, to which two threads add.
+/// The damaged sectors of all tracks. Several threads can report to it.
 class Damage {
  public:
-  void Add(std::int64_t lba) {
+  void Report(std::int64_t lba, std::string_view part) {
     const std::lock_guard lock(mutex_);
-    first_ = count_ == 0 ? lba : std::min(first_, lba);
+    first_ = count_ == 0 ? std::pair(lba, part) : std::min(first_, {lba, part});
     ++count_;
   }
 
-  std::uint64_t Count() const { return count_; }
-  std::int64_t First() const { return first_; }
+  std::vector<Problem> Describe() const {
+    if (count_ == 0) return {};
+    const std::string lba = std::to_string(first_.first), part(first_.second);
+    if (count_ == 1) return {cdicheck::Describe(problems::DamagedSector, {lba, part})};
+    return {cdicheck::Describe(problems::DamagedSectors, {std::to_string(count_), lba, part})};
+  }
 
  private:
   std::mutex mutex_;
   std::uint64_t count_ = 0;
-  std::int64_t first_ = 0;
+  std::pair<std::int64_t, std::string_view> first_;
 };
 
 void VerifyBatches(const cdi::Source& source, const cdi::Track& track, std::atomic<std::uint64_t>& next,
@@ -42,27 +48,23 @@ void VerifyBatches(const cdi::Source& source, const cdi::Track& track, std::atom
     for (std::size_t i = 0; i < count; ++i) {
       const std::int64_t lba = track.lba + static_cast<std::int64_t>(first + i);
       const auto sector = batch.subspan(i * track.sectorSize, track.sectorSize);
-      if (!cdi::IsIntact(sector, track.mode, lba)) damage.Add(lba);
+      const std::string_view part = cdi::FindWrongPart(sector, track.mode, lba);
+      if (!part.empty()) damage.Report(lba, part);
     }
   });
 }
 
 }  // namespace
 
-void CheckSectors(Report& report) {
+std::vector<Problem> CheckSectors(const cdi::Image& image) {
   Damage damage;
-  for (const cdi::Track& track : report.image->tracks) {
-    if (!track.IsData() || track.sectorSize == cdi::UserDataSize) continue;  // nothing that could be verified
+  for (const cdi::Track& track : image.tracks) {
+    if (!track.IsData() || track.sectorSize == cdi::UserDataSize) continue;  // without anything to verify
     std::atomic<std::uint64_t> next = 0;
-    const auto verify = [&] { VerifyBatches(report.image->source, track, next, damage); };
+    const auto verify = [&] { VerifyBatches(image.source, track, next, damage); };
     track.stored > tools::SectorsAtOnce ? tools::OnTwoThreads(verify) : verify();
   }
-  const std::string first = std::to_string(damage.First());
-  if (damage.Count() == 1) {
-    Add(report, problems::DamagedSector, {first});
-  } else if (damage.Count() > 1) {
-    Add(report, problems::DamagedSectors, {std::to_string(damage.Count()), first});
-  }
+  return damage.Describe();
 }
 
 }  // namespace cdicheck

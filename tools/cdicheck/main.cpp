@@ -6,9 +6,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "cdi/parse.h"
+#include "cdi/image.h"
 #include "cdicheck/check.h"
 #include "cdicheck/print.h"
+#include "cdicheck/problems.h"
 #include "common/files.h"
 #include "common/program.h"
 
@@ -16,7 +17,7 @@ const tools::Program tools::Self{.name = "cdicheck", .failureStatus = 2};
 
 int main(int argc, char** argv) {
 #ifdef SIGPIPE
-  std::signal(SIGPIPE, SIG_IGN);  // a reader that is gone is a report that could not be written
+  std::signal(SIGPIPE, SIG_IGN);  // writing to a closed pipe fails instead
 #endif
   CLI::App app(
       "Tells what is on a DiscJuggler image, and whether it will boot. "
@@ -35,9 +36,8 @@ int main(int argc, char** argv) {
       report = cdicheck::Check(source);
       status = report.problems.empty() ? 0 : 1;
     } catch (const cdi::FormatError& error) {
-      const std::string reason = std::string("no DiscJuggler image: ") + error.what();
-      if (!asJson) throw tools::FileError(path, reason);
-      report.problems.push_back({cdicheck::Severity::Error, reason});
+      report.problems = {cdicheck::Describe(cdicheck::problems::NoImage, {error.what()})};
+      if (!asJson) throw tools::FileError(path, report.problems.front().text);
       status = 2;
     }
     asJson ? cdicheck::PrintJson(report, std::cout) : cdicheck::Print(report, std::cout);

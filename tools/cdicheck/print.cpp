@@ -1,6 +1,7 @@
 #include "cdicheck/print.h"
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -8,9 +9,10 @@
 #include <ostream>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "cdi/descriptor.h"
-#include "cdi/parse.h"
+#include "cdi/image.h"
 
 namespace cdicheck {
 namespace {
@@ -38,13 +40,22 @@ std::string VersionName(std::uint32_t version) {
   return version == cdi::Version2 ? "2" : version == cdi::Version3 ? "3" : "3.5";
 }
 
-bool IsUtf8(const std::string& text) {
-  try {
-    static_cast<void>(json(text).dump());
-    return true;
-  } catch (const json::exception&) {
-    return false;
+/// Returns true if `text` is valid UTF-8 (RFC 3629).
+bool IsUtf8(std::string_view text) {
+  constexpr std::uint32_t lowest[] = {0, 0, 0x80, 0x800, 0x10000};  // by the length in bytes
+  for (std::size_t at = 0; at < text.size();) {
+    const auto first = static_cast<unsigned char>(text[at++]);
+    const int length = std::countl_one(first);  // 0 for ASCII
+    if (length == 1 || length > 4) return false;
+    std::uint32_t code = first & (0xFFU >> (length + 1));
+    for (int i = 1; i < length; ++i, ++at) {
+      if (at == text.size() || (text[at] & 0xC0) != 0x80) return false;
+      code = code << 6 | (static_cast<unsigned char>(text[at]) & 0x3FU);
+    }
+    const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
+    if (code < lowest[length] || code > 0x10FFFF || isSurrogate) return false;
   }
+  return true;
 }
 
 std::string Utf8(const std::string& text) {
@@ -61,7 +72,8 @@ std::string Utf8(const std::string& text) {
   return converted;
 }
 
-/// UTF-8 without control characters. Those from 0x80 to 0x9F have two bytes, the first one 0xC2.
+/// Returns `text` in UTF-8 without control characters. Those from 0x80 to 0x9F have two bytes, the first
+/// 0xC2.
 std::string Visible(const std::string& text) {
   std::string visible;
   const std::string all = Utf8(text);
@@ -129,7 +141,7 @@ void PrintJson(const Report& report, std::ostream& out) {
     all["problems"].push_back({{"severity", SeverityName(problem.severity)}, {"text", Utf8(problem.text)}});
   }
 
-  out << "{\n  \"files\": [";  // one by one, for there may be many
+  out << "{\n  \"files\": [";  // one by one, because there can be many
   const char* separator = "\n    ";
   for (const FileEntry& file :
        report.volume ? std::span(report.volume->files) : std::span<const FileEntry>()) {

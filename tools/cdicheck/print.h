@@ -4,12 +4,13 @@
 
 #include "cdicheck/check.h"
 
-/// A report for a reader or a script. Texts of the disc that are no UTF-8 count as ISO 8859-1.
+/// Prints a report. Texts of the disc that are not valid UTF-8 are read as ISO 8859-1.
 namespace cdicheck {
 
-/// Control characters are shown as escapes, so that no name reaches the terminal as a command.
+/// For a reader. Control characters become escapes, so that a name cannot control the terminal.
 void Print(const Report& report, std::ostream& out);
 
+/// For a script.
 void PrintJson(const Report& report, std::ostream& out);
 
 }  // namespace cdicheck

@@ -7,7 +7,7 @@
 
 namespace cdicheck {
 
-/// A problem as the user reads it. Each {} is the place of something that was found.
+/// The text of a problem. A finding replaces each {}.
 struct Sentence {
   Severity severity;
   const char* text;
@@ -24,6 +24,7 @@ constexpr Sentence Warning(const char* text) {
 /// All of them, in the order of the checks.
 namespace problems {
 
+inline constexpr Sentence NoImage = Error("no DiscJuggler image: {}");
 inline constexpr Sentence Truncated = Error(
     "The file is truncated: it begins like an image, but the descriptor at its end is missing. "
     "Make it again.");
@@ -42,17 +43,17 @@ inline constexpr Sentence TooLong = Warning(
 inline constexpr Sentence NoDataTrack =
     Error("The last session has no data track, so there is nothing to boot. Make the image of an ISO image.");
 
-inline constexpr Sentence AudioInFront = Warning(
+inline constexpr Sentence AudioFirst = Warning(
     "The last session begins with an audio track, but start-up code looks for the boot sector on its first track: "
     "the disc may not start. Put the data track in front.");
 inline constexpr Sentence OtherMode = Warning(
     "The data track is not in Mode 2, which the console's start-up expects of such a disc: "
     "it may start in an emulator only. Make the image with cdi4dc.");
 inline constexpr Sentence DamagedSector = Error(
-    "1 sector has a wrong header, checksum or error correction code, the first one at LBA {}: "
+    "1 sector has a wrong header, checksum or error correction code, the first one at LBA {} ({}): "
     "the file was damaged after it was made. Make it again.");
 inline constexpr Sentence DamagedSectors = Error(
-    "{} sectors have a wrong header, checksum or error correction code, the first one at LBA {}: "
+    "{} sectors have a wrong header, checksum or error correction code, the first one at LBA {} ({}): "
     "the file was damaged after it was made. Make it again.");
 
 inline constexpr Sentence NoBootSector =
@@ -106,7 +107,7 @@ inline constexpr Sentence NotScrambled = Error(
 
 }  // namespace problems
 
-/// Adds the problem with `findings` in their places, unless it is there already.
-void Add(Report& report, const Sentence& sentence, std::initializer_list<std::string> findings = {});
+/// Returns the problem with its findings.
+Problem Describe(const Sentence& sentence, std::initializer_list<std::string> findings = {});
 
 }  // namespace cdicheck

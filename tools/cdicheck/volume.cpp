@@ -20,10 +20,10 @@ namespace {
 namespace folder_record = disc::iso9660::folder_record;
 namespace volume_descriptor = disc::iso9660::volume_descriptor;
 
-/// More than any disc has. They bound the memory and the time that a damaged volume takes.
+/// More than any disc has. These limits bound the memory and the time that a damaged volume takes.
 constexpr std::size_t MostFiles = 100'000;
 constexpr std::size_t LongestPath = 4096;
-constexpr std::size_t LongestPaths = std::size_t{32} << 20;  ///< all together
+constexpr std::size_t LongestPaths = std::size_t{32} << 20;  ///< of all files
 
 struct TooLarge : cdi::FormatError {
   using FormatError::FormatError;
@@ -33,12 +33,12 @@ struct DamagedFolder : cdi::FormatError {
   DamagedFolder() : FormatError("a folder of the volume is damaged") {}
 };
 
-/// The text of a field without the blanks at its end.
+/// Returns the text of a field without the spaces at its end.
 std::string TextOf(std::span<const std::byte> block, disc::Field field) {
   return disc::TrimEnd(disc::ReadText(block, field), " ");
 }
 
-/// What is kept of a folder's record.
+/// The fields that are read of a folder's record.
 struct Record {
   std::uint32_t lba;
   std::uint32_t size;
@@ -60,7 +60,7 @@ Record ReadRecord(std::span<const std::byte> record) {
           .name = name.substr(0, version)};
 }
 
-/// Calls `visit` with each record of a folder. All folders together have no more than `sectorsLeft` sectors.
+/// Calls `visit` with each record of a folder. `sectorsLeft` bounds the sectors of all folders together.
 template <typename Visit>
 void ForEachRecord(const cdi::Image& image, const Record& folder, std::uint32_t& sectorsLeft, Visit visit) {
   std::uint32_t lba = folder.lba;

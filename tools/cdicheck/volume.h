@@ -5,19 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "cdi/parse.h"
+#include "cdi/image.h"
 
 namespace cdicheck {
 
 struct FileEntry {
-  std::string path;  ///< from the root, without a slash in front and without a version
+  std::string path;  ///< from the root, without a slash at the start and without a version
   std::uint32_t lba;
   std::uint32_t size;
   bool hasVersion;  ///< recorded with ";1"
 };
 
 struct UnreadableFolder {
-  std::string path;  ///< like a file's, with a slash behind it
+  std::string path;  ///< like that of a file, with a slash at the end
   std::string reason;
 };
 
@@ -25,12 +25,12 @@ struct UnreadableFolder {
 struct Volume {
   std::string name;
   std::vector<FileEntry> files;
-  std::optional<UnreadableFolder> unreadable;  ///< the first such folder; its files are missing in `files`
+  std::optional<UnreadableFolder> unreadable;  ///< the first one; its files are missing in `files`
 };
 
-/// Reads the volume of the track that begins at LBA `start`. Its extents are absolute and may lie in other
-/// data tracks. Throws `cdi::FormatError` if there is none, if its root cannot be read, or if it is larger
-/// than any disc.
+/// Reads the volume of the track that begins at LBA `start`. Its extents are absolute and can be in other
+/// data tracks. Throws `cdi::OutsideTracks` if its descriptor or its root is not in a data track, and
+/// `cdi::FormatError` if there is no volume, if its root is damaged, or if it is larger than any disc.
 Volume ReadVolume(const cdi::Image& image, std::int64_t start);
 
 }  // namespace cdicheck

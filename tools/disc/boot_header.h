@@ -4,33 +4,45 @@
 #include <string_view>
 
 #include "disc/bytes.h"
+#include "disc/iso9660.h"
 
-/// The boot sector, the first 16 sectors of a data track: a header of text, then the code that starts the
-/// program.
+/// The boot sector, all sectors of a data track before the volume descriptor: a header of text, then the code
+/// that starts the program.
 namespace disc::boot_header {
 
-inline constexpr std::size_t BootSectorSize = std::size_t{16} * 2048;
+inline constexpr std::size_t BootSectorSize = iso9660::volume_descriptor::Sector * iso9660::SectorSize;
 
-inline constexpr Field Hardware{0, 16};
+inline constexpr Field HardwareId{0, 16};
 inline constexpr Field Maker{16, 16};
-inline constexpr Field Device{32, 16};
+inline constexpr Field DeviceInfo{32, 16};
 inline constexpr Field Areas{48, 8};
 inline constexpr Field Peripherals{56, 8};
-inline constexpr Field Product{64, 10};
+inline constexpr Field ProductNumber{64, 10};
 inline constexpr Field Version{74, 6};
-inline constexpr Field Date{80, 16};
-inline constexpr Field BootFile{96, 16};
+inline constexpr Field ReleaseDate{80, 16};
+inline constexpr Field BootFileName{96, 16};
 inline constexpr Field SoftwareMaker{112, 16};
 inline constexpr Field Title{128, 128};
 
-inline constexpr std::string_view HardwareId = "SEGA SEGAKATANA";
-
-/// The device begins with a check value in hexadecimal digits, made of product number and version.
-inline constexpr Field CheckValue{32, 4};
-inline constexpr Field CheckedText{64, 16};
-
-/// Behind the header, and where the console jumps to.
-inline constexpr std::size_t BodyOffset = 0x100;
+/// The code follows the header. The console jumps to `StartOffset`.
+inline constexpr std::size_t BodyOffset = 256;
 inline constexpr std::size_t StartOffset = 0x300;
+
+static_assert([] {
+  std::size_t end = 0;
+  for (const Field field : {HardwareId, Maker, DeviceInfo, Areas, Peripherals, ProductNumber, Version,
+                            ReleaseDate, BootFileName, SoftwareMaker, Title}) {
+    if (field.offset != end) return false;
+    end += field.width;
+  }
+  return end == BodyOffset;
+}());
+
+/// The start of every hardware id of the console.
+inline constexpr std::string_view DreamcastId = "SEGA SEGAKATANA";
+
+/// `DeviceInfo` begins with a check value of `ProductNumber` and `Version`, in hexadecimal digits.
+inline constexpr Field CheckValue{DeviceInfo.offset, 4};
+inline constexpr Field CheckedText{ProductNumber.offset, ProductNumber.width + Version.width};
 
 }  // namespace disc::boot_header

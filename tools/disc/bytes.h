@@ -6,16 +6,16 @@
 #include <string>
 #include <string_view>
 
-/// What stands on a disc, as data: the fields of its structures, and how they are read.
+/// The fields of the structures on a disc as data, and how to read them.
 namespace disc {
 
-/// Where a field stands within its block, and how long it is, in bytes.
+/// The offset and the width of a field in its block, in bytes.
 struct Field {
   std::size_t offset;
   std::size_t width;
 };
 
-/// The number in a field of at most four bytes, the lowest of them first.
+/// Returns the number in a field of at most four bytes, lowest byte first.
 inline std::uint32_t ReadNumber(std::span<const std::byte> block, Field field) {
   std::uint32_t number = 0;
   for (std::size_t i = field.width; i-- > 0;) {
@@ -24,20 +24,20 @@ inline std::uint32_t ReadNumber(std::span<const std::byte> block, Field field) {
   return number;
 }
 
-/// The inverse, for a field of at most eight bytes.
+/// Writes a number to a field of at most eight bytes, lowest byte first.
 inline void WriteNumber(std::span<std::byte> block, Field field, std::uint64_t number) {
   for (std::size_t i = 0; i < field.width; ++i, number >>= 8) {
     block[field.offset + i] = static_cast<std::byte>(number);
   }
 }
 
-/// The text in a field as it stands, with what fills the field up.
+/// Returns the text in a field, with its padding.
 inline std::string_view ReadText(std::span<const std::byte> block, Field field) {
   const auto bytes = block.subspan(field.offset, field.width);
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/// `text` without the `padding` at its end, any of these characters.
+/// Returns `text` without the characters of `padding` at its end.
 inline std::string TrimEnd(std::string_view text, std::string_view padding) {
   return std::string(text.substr(0, text.find_last_not_of(padding) + 1));
 }

@@ -9,19 +9,18 @@
 #include <optional>
 #include <span>
 
-#include "cdi/coded_area.h"
-#include "cdi/sector.h"
+#include "cdi/sector_codec.h"
 
 #define VECTOR [[gnu::target("avx2,pclmul")]] inline
 
 namespace cdi {
 namespace {
 
-// The EDC (V. Gopal et al., "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ", Intel 2009): 16
-// bytes move over the next ones by multiplying each half with a power of x, and what is left at the end is
-// short.
+// The EDC (V. Gopal et al., "Fast CRC Computation for Generic Polynomials Using PCLMULQDQ", Intel 2009): to
+// move 16 bytes over the next ones, each half is multiplied with a power of x. The short rest is left to the
+// portable code.
 
-/// x to the power of `exponent` modulo the EDC's polynomial, its bits reversed and one place up.
+/// Returns x to the power of `exponent` modulo the EDC's polynomial, with reversed bits and one place up.
 consteval long long Fold(int exponent) {
   std::uint32_t remainder = 1;
   for (int i = 0; i < exponent; ++i) {
@@ -43,7 +42,7 @@ VECTOR __m128i FoldOnto(__m128i state, __m128i powers, __m128i next) {
 }
 
 VECTOR std::uint32_t VectorEdc(std::span<const std::byte> bytes) {
-  if (bytes.size() < 64) return Edc(bytes);
+  if (bytes.size() < 64) return PortableEdc(bytes);
   const __m128i over64 = _mm_set_epi64x(Fold(512 - 32), Fold(512 + 32));
   const __m128i over16 = _mm_set_epi64x(Fold(128 - 32), Fold(128 + 32));
   const std::byte* at = bytes.data();
@@ -53,12 +52,11 @@ VECTOR std::uint32_t VectorEdc(std::span<const std::byte> bytes) {
     for (std::size_t i = 0; i < 4; ++i) state[i] = FoldOnto(state[i], over64, Load(at + 16 * i));
   }
   for (std::size_t i = 1; i < 4; ++i) state[i] = FoldOnto(state[i - 1], over16, state[i]);
-  for (; left >= 16; at += 16, left -= 16) state[3] = FoldOnto(state[3], over16, Load(at));
 
-  std::array<std::byte, 32> rest;
+  std::array<std::byte, 16 + 63> rest;
   _mm_storeu_si128(reinterpret_cast<__m128i*>(rest.data()), state[3]);
   std::memcpy(rest.data() + 16, at, left);
-  return Edc(std::span(rest).first(16 + left));
+  return PortableEdc(std::span(rest).first(16 + left));
 }
 
 struct Lanes {
@@ -92,7 +90,7 @@ struct WideLanes {
     for (std::size_t v = 0; v < Vectors; ++v) Step(lanes[v], LoadWide(data + 32 * v));
   }
 
-  /// The parity of the first `size` code words.
+  /// Writes the parity of the first `size` code words.
   VECTOR void Write(std::byte* first, std::byte* second, std::size_t size) {
     Bytes results[2];
     for (std::size_t v = 0; v < Vectors; ++v) {
@@ -104,7 +102,7 @@ struct WideLanes {
     std::memcpy(second, results[1].data(), size);
   }
 
-  /// Whether the first `size` code words, added with their parity, are right.
+  /// Returns true if the first `size` code words, added with their parity, are right.
   VECTOR bool AreZero(std::size_t size) const {
     constexpr Bytes zero{};
     Bytes results;
@@ -141,7 +139,7 @@ VECTOR void Transpose(__m128i (&rows)[8]) {
   }
 }
 
-/// Every column of the area in one piece and then once more, so that each rotation of it is in one piece too.
+/// Each column of the area twice, one after the other, so that every rotation is in one piece.
 constexpr std::size_t ColumnStride = 128;
 using ColumnPieces = std::array<std::byte, 48 * ColumnStride>;
 
@@ -163,7 +161,7 @@ VECTOR void CollectColumns(const std::byte* area, ColumnPieces& columns) {
   }
 }
 
-/// The word i of diagonal n stands in column i, row (n + i) mod 26: each step takes a column, rotated.
+/// Word i of diagonal n is in column i, row (n + i) mod 26: each step adds a rotated column.
 VECTOR WideLanes<2> AddDiagonals(const std::byte* area) {
   ColumnPieces columns;
   CollectColumns(area, columns);
@@ -197,9 +195,9 @@ VECTOR bool HasParityWithVectors(const std::byte* area) {
 
 }  // namespace
 
-std::optional<SectorEncoder> VectorEncoder() {
+std::optional<SectorCodec> VectorCodec() {
   if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("pclmul")) return std::nullopt;
-  return SectorEncoder{"AVX2", EncodeWithVectors, VectorEdc, HasParityWithVectors};
+  return SectorCodec{"AVX2", EncodeWithVectors, VectorEdc, HasParityWithVectors};
 }
 
 }  // namespace cdi

@@ -1,10 +1,10 @@
 #include <optional>
 
-#include "cdi/coded_area.h"
+#include "cdi/sector_codec.h"
 
 namespace cdi {
 
-std::optional<SectorEncoder> VectorEncoder() {
+std::optional<SectorCodec> VectorCodec() {
   return std::nullopt;
 }
 
