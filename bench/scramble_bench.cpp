@@ -1,4 +1,4 @@
-// The permutation of a boot file of 16 MiB beside a plain copy of its bytes.
+// Permutes a boot file of 16 MiB, and copies it for comparison.
 
 #include <benchmark/benchmark.h>
 

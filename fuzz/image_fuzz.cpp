@@ -1,4 +1,4 @@
-// Has the image checker read anything. After `cmake --preset fuzz && cmake --build --preset fuzz`:
+// Calls the image checker with any bytes. After `cmake --preset fuzz && cmake --build --preset fuzz`:
 //   cp -r fuzz/corpus /tmp/corpus && build/fuzz/fuzz/image_fuzz -max_len=200000 /tmp/corpus
 
 #include <algorithm>
@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                            }};
   try {
     cdicheck::Check(source);
-  } catch (const cdi::FormatError&) {  // the one thing that may leave it
+  } catch (const cdi::FormatError&) {  // the only exception that may leave it
   }
   return 0;
 }

@@ -1,4 +1,4 @@
-"""Makes the fuzzer's first inputs, a small image of each layout: make_corpus.py FOLDER"""
+"""Writes the first inputs of the fuzzer to a folder, a small image of each layout: make_corpus.py FOLDER"""
 
 import sys
 from pathlib import Path

@@ -1,4 +1,4 @@
-"""What an image has to be, made from the format's description alone: tests hold the programs against it."""
+"""Makes images from the description of the format alone. Tests compare the programs with them."""
 
 from collections import namedtuple
 from functools import cache, reduce
@@ -11,7 +11,7 @@ Versions = {"2": 0x80000004, "old-3": 0x80000005, "3": 0x80000005, "3.5": 0x8000
 
 
 def _slices(length):
-    """Which slice of the plain file stands first, second, ... in the scrambled one."""
+    """Yields the slices of the plain file in the order of the scrambled one."""
     state, done = length & 0xFFFF, 0
     for chunk in (2 << 20 >> halvings for halvings in range(17)):
         while length - done >= chunk:
@@ -45,7 +45,7 @@ def _xor(a, b):
 
 
 def _parity(data, words):
-    """The two parity bytes of `words` code words; `data` holds all their first bytes, then all second, ..."""
+    """Returns the two parity bytes of `words` code words. `data`: all their first bytes, all second, ..."""
     plain_sum = weighted_sum = bytes(words)
     for at in range(0, len(data), words):
         plain_sum = _xor(plain_sum, data[at : at + words])
@@ -56,14 +56,14 @@ def _parity(data, words):
 
 
 def make_parity(covered):
-    """P and Q parity over header to EDC, in Mode 1 with the zeros behind it."""
+    """Returns the P and Q parity from header to EDC, in Mode 1 with the zeros after it."""
     p_parity = _parity(covered, 86)
     return p_parity, _parity(bytes(map((covered + p_parity).__getitem__, _QOrder)), 52)
 
 
 @cache
 def make_sector(user_data, subheader=b"\0\0\x08\0", header=bytes(4)):
-    """The parts of a sector behind its header: of either form of Mode 2, or of Mode 1 without a subheader."""
+    """Returns the parts of a sector after its header: of a form of Mode 2, or of Mode 1 without a subheader."""
     if subheader:
         form2, header = subheader[2] & 0x20, bytes(4)
         parts = {"subheader": 2 * subheader, "user data": user_data.ljust(2324 if form2 else 2048, b"\5")}
@@ -76,14 +76,14 @@ def make_sector(user_data, subheader=b"\0\0\x08\0", header=bytes(4)):
     return parts
 
 
-# `parts`: what is stored behind the pregap, by its name. `start`: the LBA of their first sector.
+# `parts`: what is stored after the pregap, by name. `start`: the LBA of the first sector.
 Fields = "parts mode sector_size start pregap index_lengths texts"
 Track = namedtuple("Track", Fields, defaults=(2, 2336, DataStart, 150, 2, 0))
 Silence = Track({"silence": bytes(302 * 2352)}, mode=0, sector_size=2352, start=0)
 
 
 def make_track(iso, sector_size=2336, mode=2, start=DataStart, subheaders=(), **fields):
-    """A data track; `subheaders`: those that are not the usual one, by the number of the sector."""
+    """Returns a data track; `subheaders`: those that are unusual, by the number of the sector."""
     parts, usual = {}, b"\0\0\x08\0" if mode == 2 else b""
     for number, at in enumerate(range(0, len(iso), 2048)):
         seconds, frame = divmod(start + 150 + number, 75)
@@ -96,7 +96,7 @@ def make_track(iso, sector_size=2336, mode=2, start=DataStart, subheaders=(), **
 
 
 def lay_out(sessions, name, volume, version="3.5", short_headers=False, cd_text=b""):
-    """All parts of an image by their names."""
+    """Returns all parts of an image by name."""
     parts, descriptor = {}, {"number of sessions": pack("<B", len(sessions))}
     header = bytes.fromhex("FFFF 0000 0100 0000 FFFF FFFF 000000") + pack("<B", sum(map(len, sessions)))
     header += pack("<B", len(name)) + name + pack("<11xB10x", 2)
@@ -132,7 +132,7 @@ Image = namedtuple("Image", "iso name volume sectors")
 
 
 def read_image(path):
-    """Reads an image as cdi4dc has to write it. An AssertionError names the first part that is another."""
+    """Reads an image of cdi4dc. An AssertionError names the first part that is wrong."""
     image = path.read_bytes()
     sectors = (len(image) - int.from_bytes(image[-4:], "little") - DataOffset) // 2336
     iso = b"".join(image[at : at + 2048] for at in range(DataOffset + 8, DataOffset + 2336 * sectors, 2336))
@@ -149,7 +149,7 @@ BootHeader = f"{'SEGA SEGAKATANA':16}SEGA ENTERPRISESB6D8 CD-ROM1/1  {'JUE':8}{'
 
 
 def make_program(addresses=50):
-    """A plain boot file of 100 loads of 50 constants, as many of which are addresses of the console."""
+    """Returns a plain boot file of 100 loads of 50 constants; so many of them are addresses of the console."""
     areas = [0x0C010000, 0x8C010000, 0xAC010000, 0xFF000000, 0xA05F6800] * 10
     return pack("<100H50I112x", *[0xD031] * 100, *areas[:addresses], *[1] * (50 - addresses))
 
@@ -165,7 +165,7 @@ def make_record(name, address, file_size=None):
 
 
 def make_iso(files, start=DataStart, files_at=None):
-    """A volume of these files and of SUB/DATA.TXT; `files_at`: where such files lie already, behind SUB."""
+    """Returns a volume of these files and SUB/DATA.TXT; `files_at`: where the files already are, after SUB."""
     first = files_at or start + 20
     root, sub, data = start + 18, first - 1, b""
     records = make_record(b"\0", root) + make_record(b"\1", root) + make_record(b"SUB", sub)
@@ -184,7 +184,7 @@ def _audio(start):
 
 
 def small_images():
-    """One image that can be read of each layout, by the layout's name."""
+    """Returns a readable image of each layout, by the name of the layout."""
     files = {b"1ST_READ.BIN;1": scramble(make_program())}
 
     def data(sector_size=2048, start=DataStart, **how):

@@ -50,8 +50,8 @@ static int ErrorOf(const char* name, int number) {
   WRAP_AS(name, name, failed)
 
 // clang-format off
-WRAP(access, -1) WRAP(chmod, -1) WRAP(close, -1) WRAP(fallocate, -1) WRAP(fchmod, -1) WRAP(fstat, -1)
-WRAP(fstatat, -1) WRAP(fsync, -1) WRAP(ftruncate, -1) WRAP(futimens, -1) WRAP(linkat, -1) WRAP(lseek, -1)
+WRAP(chmod, -1) WRAP(close, -1) WRAP(fallocate, -1) WRAP(fchmod, -1) WRAP(fstat, -1)
+WRAP(fstatat, -1) WRAP(fsync, -1) WRAP(ftruncate, -1) WRAP(futimens, -1) WRAP(lseek, -1)
 WRAP(lstat, -1) WRAP(malloc, 0) WRAP(mkdir, -1) WRAP(open, -1) WRAP(opendir, 0) WRAP(posix_spawnp, error)
 WRAP(pread, -1) WRAP_AS(__pread_chk, pread, -1) WRAP(pthread_create, error) WRAP(pwrite, -1) WRAP(read, -1)
 WRAP_AS(__read_chk, read, -1) WRAP(readdir, 0) WRAP(readlink, -1) WRAP_AS(__readlink_chk, readlink, -1)

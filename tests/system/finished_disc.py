@@ -1,4 +1,4 @@
-"""A finished image, taken apart and run."""
+"""Takes a finished image apart and runs its program."""
 
 import subprocess
 
@@ -11,7 +11,7 @@ MACHINE = ("timeout 60 qemu-system-sh4 -M r2d -nodefaults -net none -display non
 
 
 class FinishedDisc:
-    """What is on an image. `folder`: where its parts may be written."""
+    """The contents of an image. Its parts are written to `folder`."""
 
     def __init__(self, build, image, folder):
         self.folder, self.content = folder, disc_reference.read_image(image).iso
@@ -26,11 +26,11 @@ class FinishedDisc:
         return subprocess.check_output(["isoinfo", "-N", "11702", "-i", self.folder / "disc.iso", *arguments])
 
     def run(self):
-        """Starts it on an SH-4 processor and gives the first line that it says."""
+        """Starts the program on an SH-4 processor and returns the first line that it prints."""
         (self.folder / "boot.bin").write_bytes(self.content[:32768])
         running = subprocess.Popen(MACHINE.split(), cwd=self.folder, stdin=subprocess.DEVNULL,
                                    stdout=subprocess.PIPE)
-        spoken = running.stdout.readline()
-        running.terminate()  # which ends the machine as well
+        output = running.stdout.readline()
+        running.terminate()  # ends the machine too
         running.communicate()
-        return spoken
+        return output

@@ -1,4 +1,4 @@
-"""scramble and cdi4dc by themselves: what they write, what they refuse, and what is left then."""
+"""Tests the output files, the exit status and the messages of scramble and cdi4dc."""
 
 import os
 import pty
@@ -26,7 +26,7 @@ def folder(tmp_path):
     return tmp_path
 
 
-@pytest.mark.parametrize("size", Sizes)
+@pytest.mark.parametrize("size", Sizes, ids="file of {} bytes".format)
 def test_scrambles_and_back(build, folder, size):
     plain = random.Random(size).randbytes(size)
     (folder / "plain").write_bytes(plain)
@@ -36,8 +36,11 @@ def test_scrambles_and_back(build, folder, size):
     assert (folder / "scrambled").stat().st_mode == (folder / "plain").stat().st_mode
 
 
-@pytest.mark.parametrize("name", ["output", "--cdi", "\u65E5\u672C.cdi",
-                                  pytest.param("n" * 255, marks=posix_only)], ids=len)
+@pytest.mark.parametrize("name", [
+    pytest.param("output", id="over an older file"),
+    pytest.param("--cdi", id="name that looks like an option"),
+    pytest.param("\u65E5\u672C.cdi", id="name in Japanese"),
+    pytest.param("n" * 255, id="name of 255 bytes", marks=posix_only)])
 def test_makes_the_image(build, folder, name):
     assert build.run("cdi4dc", "good", name, cwd=folder) == (0, "")
     image = (folder / name).read_bytes()
@@ -47,10 +50,8 @@ def test_makes_the_image(build, folder, name):
 
 @posix_only
 def test_writes_the_file_that_a_link_leads_to(build, folder):
-    """Also where a killed process of the same number has left its part."""
     (folder / "link").symlink_to("output")
-    leave_part = {"umask": 0, "preexec_fn": lambda: open(f".part-{os.getpid()}", "x")}
-    assert build.run("scramble", "good", "link", cwd=folder, **leave_part) == (0, "")
+    assert build.run("scramble", "good", "link", cwd=folder, umask=0) == (0, "")
     assert (folder / "output").read_bytes() == scramble(Iso) and (folder / "link").is_symlink()
     assert (folder / "output").stat().st_mode & 0o777 == 0o666 and {*names(folder)} == {*Files, "link"}
 
@@ -77,11 +78,19 @@ def test_leaves_the_older_output(build, folder, line, status, said):
 
 
 @posix_only
+@pytest.mark.parametrize("line", ["scramble pipe output", "cdi4dc pipe output", "cdi4dc good pipe",
+                                  "cdicheck pipe", "scramble /dev/null output"])
+def test_pipes_and_devices_are_refused_at_once(build, folder, line):
+    os.mkfifo(folder / "pipe")
+    status, said = build.run(*line.split(), cwd=folder)
+    assert status > 0 and said.endswith(": not a file\n") and {*names(folder)} == {*Files, "pipe"}
+
+
+@posix_only
 @pytest.mark.parametrize("end, said", [
-    (360000, "output: File too large"),
-    (360001, "output: warning: 360001 .*\ncdi4dc: output: File too large"),
-    (2**32 - 150, "good: too large for an image"),
-])
+    pytest.param(360000, "output: File too large", id="full disc"),
+    pytest.param(360001, "output: warning: 360001 .*\ncdi4dc: output: File too large", id="one sector more"),
+    pytest.param(2**32 - 150, "good: too large for an image", id="more sectors than the format can count")])
 def test_tells_of_an_overfull_disc(build, folder, end, said):
     os.truncate(folder / "good", (end - 11702) * 2048)
     found = build.run("cdi4dc", "good", "output", cwd=folder, restore_signals=False,

@@ -4,8 +4,8 @@ import os
 import pty
 import subprocess
 import termios
-from errno import errorcode, EDQUOT, EINTR, EINVAL, EIO, ENOENT, ENOMEM, ENOSYS, EOPNOTSUPP, EPERM, EXDEV
-from signal import SIG_DFL, SIG_IGN, SIGHUP, SIGINT, SIGKILL, SIGTERM, signal
+from errno import errorcode, EDQUOT, EINTR, EINVAL, EIO, ENOMEM, ENOSYS, EOPNOTSUPP, EPERM, EXDEV
+from signal import SIG_IGN, SIGHUP, SIGINT, SIGKILL, SIGTERM, signal
 
 import pytest
 from conftest import names
@@ -21,7 +21,6 @@ TOOLS = {"sh-elf-objcopy": '/bin/cp "$5" "$6"', "cdi4dc": '/bin/cp "$1" "$2"',  
          "mkisofs": '/usr/bin/tail -q -c +97 "$2" "${12}"/* > "${11}"',  # byte 96 of each file, so no dates
          "scramble": '/usr/bin/tr a-z A-Z < "$1" > "$2"'}
 ANY_GAME = "close fstat lseek lstat open posix_spawnp read readlink write"
-NO_PROC = f" access:0:{ENOENT}"  # so an open file without a name could not get one
 ISO = (bytes(32768) + b"\1CD001\1" + PLAIN * 90)[:237 * 2048]
 RUNS = [  # waiting fails with EINTR only: with any other error, the run would overtake its tool
     ("ELF file", EIO, f"{ANY_GAME} fstatat opendir readdir renameat2 stat", "a failure"),
@@ -133,57 +132,68 @@ def test_a_failure_is_told_although_the_telling_is_interrupted(desk):
     assert make_image(desk, "ELF file", calls) == (1, "Run-time error: '61'\n\nDisk full\n")
 
 
-@pytest.mark.parametrize("place, error, calls, expected", [
-    ("older file", EIO, "fallocate fstat ftruncate pread pthread_create pwrite rename", {1}),
-    ("older file", EIO, "close", {0, 1}),  # of the file that is read, of the one that is written
-    ("older file", EIO, "linkat open", {0, 1}),  # the first attempt, the second
-    ("older file", EIO, "access realpath stat unlink", {0}),
-    ("older file", EINTR, "fallocate pread pwrite", {0}),
-    ("older file", 0, "pread pwrite", {0}),
-    ("older file", EOPNOTSUPP, "fallocate", {0}),
-    ("older file", ENOSYS, "fallocate", {0}),
-    ("older file", ENOMEM, "malloc", {0, 1}),
-    ("nothing", EIO, "close", {0, 1}),
-    ("nothing", EIO, "linkat", {0}),
-    ("older file, no /proc", EIO, "fallocate rename", {1}),
-    ("older file, no /proc", ENOMEM, "malloc", {0, 1}),
-    ("older file, no /proc", EIO, "close open unlink", {0, 1}),
-])
-@pytest.mark.parametrize("tool", ["scramble", "scramble -d", "cdi4dc"])
-def test_a_companion_leaves_the_right_file_or_the_older(build, tmp_path, tool, place, error, calls, expected):
-    def run(word):
-        out.unlink(missing_ok=True)
-        if older:
-            out.write_bytes(older)
-        env = failing(build, name, word + (NO_PROC if "no /proc" in place else ""), tmp_path)
+TOOL_CALLS = {"all tools": [
+    (EIO, "fstat pread pwrite rename", {1}),
+    (EIO, "open", {1}),
+    (EIO, "close", {0, 1}),  # of the file that is read, of the one that is written
+    (EIO, "realpath stat", {0}),
+    (EINTR, "pread pwrite", {0}),
+    (0, "pread pwrite", {0}),
+    (ENOMEM, "malloc", {0, 1}),
+], "cdi4dc": [
+    (EIO, "fallocate ftruncate pthread_create", {1}),
+    (EINTR, "fallocate", {0}),
+    (EOPNOTSUPP, "fallocate", {0}),
+    (ENOSYS, "fallocate", {0}),
+]}
+
+
+@pytest.mark.parametrize("tool, error, call, expected", [
+    pytest.param(tool, error, call, statuses, id=f"{tool}, {call}, {errorcode.get(error, 'one byte')}")
+    for tool in ("scramble", "scramble -d", "cdi4dc") for error, calls, statuses in
+    TOOL_CALLS["all tools"] + TOOL_CALLS.get(tool, []) for call in calls.split()])
+def test_a_companion_leaves_the_right_file_or_the_older(build, tmp_path, tool, error, call, expected):
+    def run(calls):
+        out.write_bytes(b"older")
+        env = failing(build, name, calls, tmp_path)
         return build.run(name, *options, "in", "out", cwd=tmp_path, env=env)
     name, *options = tool.split()
-    out, older = tmp_path / "out", None if place == "nothing" else b"older"
+    out = tmp_path / "out"
     (tmp_path / "in").write_bytes(ISO)
     assert run("none:1:1") == (0, "")
     right, statuses = out.read_bytes(), set()
-    for status, said in (end for call in calls.split() for end in each_failure(run, tmp_path, call, error)):
+    for status, said in each_failure(run, tmp_path, call, error):
         statuses.add(status)
-        assert (out.read_bytes() if out.exists() else None) == (older if status else right)
+        assert out.read_bytes() == (b"older" if status else right)
         reason = "out of memory\n" if error == ENOMEM else ""
         assert said.startswith(f"{name}: {reason}") if status else said == ""
         assert not list(tmp_path.glob(".part-*"))
     assert statuses == expected
 
 
-@pytest.mark.parametrize("calls, on_interrupt, sent", [
-    ("", SIG_DFL, [SIGKILL]), (NO_PROC, SIG_DFL, [SIGINT]),
-    (NO_PROC, SIG_DFL, [SIGHUP]), (NO_PROC, SIG_IGN, [SIGINT, SIGTERM])])
-def test_a_companion_that_is_ended_leaves_nothing(build, tmp_path, calls, on_interrupt, sent):
-    """It waits for ever to show its progress, since the terminal takes nothing."""
+def start_waiting_companion(build, folder, ignored=()):
+    """Starts cdi4dc, which waits for a stopped terminal to show its progress. Returns it and the terminal."""
     screen, terminal = pty.openpty()
     termios.tcflow(terminal, termios.TCOOFF)
-    (tmp_path / "in").write_bytes(ISO)
-    process = subprocess.Popen([build.program("cdi4dc"), "in", "out"], cwd=tmp_path, stderr=terminal,
-                               env=os.environ | failing(build, "cdi4dc", "pwrite:1:0" + calls, tmp_path),
-                               preexec_fn=lambda: signal(SIGINT, on_interrupt))
-    while not (tmp_path / "failed").exists():
+    (folder / "in").write_bytes(ISO)
+    process = subprocess.Popen([build.program("cdi4dc"), "in", "out"], cwd=folder, stderr=terminal,
+                               env=os.environ | failing(build, "cdi4dc", "pwrite:1:0", folder),
+                               preexec_fn=lambda: [signal(number, SIG_IGN) for number in ignored])
+    while not (folder / "failed").exists():
         assert process.poll() is None
-    for number in sent:
-        process.send_signal(number)
-    assert process.wait() == -sent[-1] and names(tmp_path) == ["failed", "in"]
+    return process, terminal
+
+
+@pytest.mark.parametrize("sent, parts", [(SIGINT, 0), (SIGTERM, 0), (SIGHUP, 0), (SIGKILL, 1)])
+def test_only_a_killed_companion_leaves_a_part_file(build, tmp_path, sent, parts):
+    process, _ = start_waiting_companion(build, tmp_path)
+    process.send_signal(sent)
+    assert process.wait() == -sent and names(tmp_path)[parts:] == ["failed", "in"]
+    assert len(list(tmp_path.glob(".part-*"))) == parts
+
+
+def test_a_companion_that_ignores_a_signal_completes(build, tmp_path):
+    process, terminal = start_waiting_companion(build, tmp_path, ignored=[SIGHUP])
+    process.send_signal(SIGHUP)
+    termios.tcflow(terminal, termios.TCOON)
+    assert process.wait() == 0 and names(tmp_path) == ["failed", "in", "out"]

@@ -45,7 +45,7 @@ int AddressShare(std::span<const std::byte> program) {
     const std::size_t constant = (at & ~std::size_t{3}) + 4 + 4 * std::size_t{instruction & 0xFF};
     if (constant + 4 > program.size()) continue;
     ++loads;
-    addresses += IsConsoleAddress(disc::ReadNumber(program, {constant, 4})) ? 1 : 0;
+    if (IsConsoleAddress(disc::ReadNumber(program, {constant, 4}))) ++addresses;
   }
   return addresses < 2 ? 0 : static_cast<int>(addresses * 100 / loads);
 }
