@@ -1,4 +1,4 @@
-"""What the system tests share: programs run here or under Wine, and a scratch desk to run them on.
+"""What the system tests share: programs run here or under Wine, and a scratch workspace to run them on.
 
 `pytest tests/system -k WORD` tests build/release; `--build FOLDER` another build.
 """
@@ -66,7 +66,7 @@ class Build:
         return Finished(ended.returncode, said)
 
 
-class Desk:
+class Workspace:
     """A portable folder of recording stand-ins, a game folder with an ELF file, and older outputs."""
 
     def __init__(self, build, root):
@@ -98,8 +98,8 @@ class Desk:
         """The command lines of the tools that ran, as they noted them."""
         return (self.app / "log").read_text(errors="surrogateescape").splitlines()
 
-    def own_it(self):
-        """Has this desk belong to the user that its program runs as; gives how subprocess starts it so."""
+    def give_to_user(self):
+        """Gives all files to the user that the program runs as. Returns what subprocess needs for that."""
         if self.build.is_windows or os.getuid() != 0:
             return {}
         for path in (self.root, *self.root.rglob("*")):
@@ -112,11 +112,11 @@ class Desk:
         return {"TMPDIR": self.temp, "PATH": "/nonexistent"} | (changes or {})
 
     def run(self, *arguments, env=None, **how):
-        return self.build.run(self.program, *arguments, env=self.environment(env), **self.own_it(), **how)
+        return self.build.run(self.program, *arguments, env=self.environment(env), **self.give_to_user(), **how)
 
     def start(self, *arguments, env=None, **how):
         call = self.build.call(self.program, *arguments, env=self.environment(env))
-        return subprocess.Popen(**call, **self.own_it(), **how)
+        return subprocess.Popen(**call, **self.give_to_user(), **how)
 
     def make_image(self, **how):
         return self.run("--dir", self.game, "--cdi", self.cdi, **how)
@@ -166,13 +166,13 @@ def build(request):
 
 
 @pytest.fixture
-def new_desk(build):
-    """Makes desks."""
+def new_workspace(build):
+    """Makes workspaces."""
     roots = []
 
     def make():
-        roots.append(Path(tempfile.mkdtemp(prefix="desk-")))
-        return Desk(build, roots[-1])
+        roots.append(Path(tempfile.mkdtemp(prefix="workspace-")))
+        return Workspace(build, roots[-1])
     yield make
     for root in roots:
         subprocess.run(["chmod", "-R", "u+rwX", root], check=True)
@@ -180,5 +180,5 @@ def new_desk(build):
 
 
 @pytest.fixture
-def desk(new_desk):
-    return new_desk()
+def workspace(new_workspace):
+    return new_workspace()

@@ -24,9 +24,9 @@ def test_what_is_delivered_is_hardened_and_stripped(build, program):
 
 
 @posix_only
-def test_a_host_without_proc_is_told_of(desk):
-    without_proc = ["--dev-bind", "/", "/", "--tmpfs", "/proc", desk.program, "--dir", "x"]
-    ended = desk.build.run(Path("/usr/bin/bwrap"), *without_proc)
+def test_a_host_without_proc_is_told_of(workspace):
+    without_proc = ["--dev-bind", "/", "/", "--tmpfs", "/proc", workspace.program, "--dir", "x"]
+    ended = workspace.build.run(Path("/usr/bin/bwrap"), *without_proc)
     assert ended == (1, "Run-time error: '57'\n\nDevice I/O error\n")
 
 

@@ -58,31 +58,31 @@ def press_return_until(condition):
 
 
 @pytest.fixture
-def desk(build, new_desk):
+def workspace(build, new_workspace):
     """One whose game folder a few keys lead to, under Wine in the drive C."""
-    desk = new_desk()
+    workspace = new_workspace()
     cache = os.environ.get("XDG_CACHE_HOME", Path.home() / ".cache")
     prefix = os.environ.get("WINEPREFIX", f"{cache}/marrowvane/wine-prefix")
-    place = Path(prefix) / "drive_c" if build.is_windows else desk.root
-    desk.game = Path(shutil.move(desk.game, place / "zz caf\xE9 game"))
-    yield desk
-    shutil.rmtree(desk.game)
+    place = Path(prefix) / "drive_c" if build.is_windows else workspace.root
+    workspace.game = Path(shutil.move(workspace.game, place / "zz caf\xE9 game"))
+    yield workspace
+    shutil.rmtree(workspace.game)
 
 
 @pytest.fixture
-def play(desk, display):
-    """Plays a scene with a run without options, where nobody else presses OK. A key that is pressed while a
-    window comes or goes may be lost, so a scene that got stuck is played again, twice at most."""
-    desk.program = desk.program.rename(desk.program.with_stem("by_hand"))
+def run_with_keys(workspace, display):
+    """Starts the program without options, presses keys, and returns its exit status. Nobody else presses OK.
+    A key that is pressed while a window opens or closes may be lost, so there are three attempts."""
+    workspace.program = workspace.program.rename(workspace.program.with_stem("by_hand"))
     environment = {"DISPLAY": display, "PATH": os.environ["PATH"], "GSETTINGS_BACKEND": "memory",
-                   "XDG_DATA_HOME": desk.root}  # or the user's would remember what was chosen
-    call = desk.build.call(desk.program, env=desk.environment(environment))
+                   "XDG_DATA_HOME": workspace.root}  # or the user's would remember what was chosen
+    call = workspace.build.call(workspace.program, env=workspace.environment(environment))
 
-    def play_once(scene):
+    def try_once(press_keys):
         nobody = {"stdin": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
         run = subprocess.Popen(**call, **nobody, start_new_session=True)
         try:
-            scene(run)
+            press_keys(run)
             until(lambda: run.poll() is not None)
             return run.returncode
         finally:
@@ -90,45 +90,45 @@ def play(desk, display):
                 os.killpg(run.pid, signal.SIGKILL)  # a dialog of its own too
             run.wait()
 
-    def play_until_done(scene):
+    def try_until_done(press_keys):
         for _ in range(2):
             with contextlib.suppress(TimeoutError):
-                return play_once(scene)
-        return play_once(scene)
-    return play_until_done
+                return try_once(press_keys)
+        return try_once(press_keys)
+    return try_until_done
 
 
-def choose_folder(desk):
-    title = ASK_FOLDER[desk.build.is_windows]
+def choose_folder(workspace):
+    title = ASK_FOLDER[workspace.build.is_windows]
     take_focus(title)
-    if desk.build.is_windows:  # by their names, since what the user's home has stands in the tree as well
+    if workspace.build.is_windows:  # by their names, since what the user's home has stands in the tree as well
         press("shift+Tab", "Home")
         type_in("My Comp")
         press("Right", "Down", "Right")  # to the drive C
         type_in("zz")
     else:
         type_in("/")
-        type_in(str(desk.game)[1:])
+        type_in(str(workspace.game)[1:])
     press_return_until(lambda: not windows(title))
 
 
-def name_file(desk):
+def name_file(workspace):
     take_focus(ASK_FILE)
-    type_in(desk.build.host_path(desk.cdi))
+    type_in(workspace.build.host_path(workspace.cdi))
     press_return_until(lambda: not windows(ASK_FILE))
 
 
-def test_a_folder_and_a_file_are_chosen(desk, play):
+def test_a_folder_and_a_file_are_chosen(workspace, run_with_keys):
     def choose_both(_run):
-        choose_folder(desk)
-        name_file(desk)
-    assert play(choose_both) == 0
-    assert desk.cdi.read_text() == "made by cdi4dc" and (desk.game / "1ST_READ.BIN").exists()
+        choose_folder(workspace)
+        name_file(workspace)
+    assert run_with_keys(choose_both) == 0
+    assert workspace.cdi.read_text() == "made by cdi4dc" and (workspace.game / "1ST_READ.BIN").exists()
 
 
-def test_a_cancel_ends_the_run_with_the_usage_message(desk, play):
+def test_a_cancel_ends_the_run_with_the_usage_message(workspace, run_with_keys):
     def cancel(run):
-        take_focus(ASK_FOLDER[desk.build.is_windows])
+        take_focus(ASK_FOLDER[workspace.build.is_windows])
         press("Escape")
         press_return_until(lambda: run.poll() is not None)
-    assert play(cancel) == 1 and desk.log == []
+    assert run_with_keys(cancel) == 1 and workspace.log == []

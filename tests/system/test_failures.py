@@ -54,38 +54,38 @@ def each_failure(run, folder, call, error):
     assert number > 1, f"{call} is never called"
 
 
-def lay_out(desk, game):
-    for path in [*desk.root.rglob("*.[!T]*")]:  # what an earlier run left, the template apart
+def lay_out(workspace, game):
+    for path in [*workspace.root.rglob("*.[!T]*")]:  # what an earlier run left, the template apart
         path.unlink()
     for name, contents in GAMES[game].items():
-        (desk.game / name).write_bytes(contents)
+        (workspace.game / name).write_bytes(contents)
     for tool, script in TOOLS.items():
-        desk.tool(tool).write_text(f"#!/bin/sh\n{script}\n")
-    desk.cdi.write_bytes(b"older")
+        workspace.tool(tool).write_text(f"#!/bin/sh\n{script}\n")
+    workspace.cdi.write_bytes(b"older")
 
 
-def run_failing(desk, calls):
-    return desk.make_image(env=failing(desk.build, "marrowvan", calls, desk.root))
+def run_failing(workspace, calls):
+    return workspace.make_image(env=failing(workspace.build, "marrowvan", calls, workspace.root))
 
 
-def make_image(desk, game, calls):
-    lay_out(desk, game)
-    return run_failing(desk, calls + (f" renameat2:0:{EXDEV}" if "other volume" in game else ""))
+def make_image(workspace, game, calls):
+    lay_out(workspace, game)
+    return run_failing(workspace, calls + (f" renameat2:0:{EXDEV}" if "other volume" in game else ""))
 
 
 @pytest.mark.parametrize("game, error, call, expected", [
     (game, error, call, seen) for game, error, calls, seen in RUNS for call in calls.split()])
-def test_a_run_keeps_its_promises(desk, game, error, call, expected):
-    assert make_image(desk, game, "none:1:1") == (0, "")
-    right, seen = desk.cdi.read_bytes(), set()
-    for status, said in each_failure(lambda calls: make_image(desk, game, calls), desk.root, call, error):
-        image = desk.cdi.exists() and desk.cdi.read_bytes()
+def test_a_run_keeps_its_promises(workspace, game, error, call, expected):
+    assert make_image(workspace, game, "none:1:1") == (0, "")
+    right, root, seen = workspace.cdi.read_bytes(), workspace.root, set()
+    for status, said in each_failure(lambda calls: make_image(workspace, game, calls), root, call, error):
+        image = workspace.cdi.exists() and workspace.cdi.read_bytes()
         promises = {
             "a crash": status == 0 or status == 1 and said != "",
             "a failure": status == 0,
             "another image": image == right or status == 1 and (image == b"older" or "cdi4dc" in said),
-            "no program": any(p.read_bytes().upper().endswith(PLAIN.upper()) for p in desk.root.rglob("*.*")),
-            "no IP.BIN": "ELF" in game or [BODY] == [p.read_bytes()[112:] for p in desk.root.rglob("IP.BIN")],
+            "no program": any(p.read_bytes().upper().endswith(PLAIN.upper()) for p in root.rglob("*.*")),
+            "no IP.BIN": "ELF" in game or [BODY] == [p.read_bytes()[112:] for p in root.rglob("IP.BIN")],
         }
         seen |= {promise for promise, kept in promises.items() if not kept}
     assert ", ".join(sorted(seen)) == expected
@@ -96,14 +96,14 @@ def test_a_run_keeps_its_promises(desk, game, error, call, expected):
     pytest.param(EXDEV, id="the program is on another volume"),
     *(pytest.param(error, id=f"no renaming without replacing ({errorcode[error]})")
       for error in (EINVAL, ENOSYS, EOPNOTSUPP))])
-def test_a_volume_that_refuses_modes_and_times_takes_the_job_twice(desk, game, rename_error):
-    lay_out(desk, game)
+def test_a_volume_that_refuses_modes_and_times_takes_the_job_twice(workspace, game, rename_error):
+    lay_out(workspace, game)
     refusals = f"chmod:0:{EPERM} fchmod:0:{EPERM} futimens:0:{EOPNOTSUPP} renameat2:0:{rename_error}"
     for _ in range(2):
-        assert run_failing(desk, refusals) == (0, "")
-        assert desk.cdi.read_bytes().upper().endswith(PLAIN.upper()[96:])
-        desk.cdi.unlink()
-        assert "IP.BIN" in names(desk.game) and "IP.BIN" not in names(desk.app)
+        assert run_failing(workspace, refusals) == (0, "")
+        assert workspace.cdi.read_bytes().upper().endswith(PLAIN.upper()[96:])
+        workspace.cdi.unlink()
+        assert "IP.BIN" in names(workspace.game) and "IP.BIN" not in names(workspace.app)
 
 
 @pytest.mark.parametrize("call", [
@@ -111,25 +111,25 @@ def test_a_volume_that_refuses_modes_and_times_takes_the_job_twice(desk, game, r
     pytest.param(f"renameat2:0:{EXDEV} fsync:{{0}}", id="that copies")])
 @pytest.mark.parametrize("move", [
     pytest.param(1, id="first move"), pytest.param(2, id="second move")])
-def test_a_signal_during_a_move_of_the_boot_sector_leaves_it_in_the_folder(desk, move, call):
-    lay_out(desk, "ELF file")
-    status, said = run_failing(desk, call.format(move) + f":-{SIGINT}")
+def test_a_signal_during_a_move_of_the_boot_sector_leaves_it_in_the_folder(workspace, move, call):
+    lay_out(workspace, "ELF file")
+    status, said = run_failing(workspace, call.format(move) + f":-{SIGINT}")
     assert status == 1 and said.startswith("Unknown error: mkisofs failed!")
-    assert "IP.BIN" in names(desk.game) and "IP.BIN" not in names(desk.app)
-    assert desk.iso.exists() == (move == 2), "mkisofs is not started after the signal"
-    assert desk.make_image() == (0, "")
+    assert "IP.BIN" in names(workspace.game) and "IP.BIN" not in names(workspace.app)
+    assert workspace.iso.exists() == (move == 2), "mkisofs is not started after the signal"
+    assert workspace.make_image() == (0, "")
 
 
-def test_a_signal_before_the_tool_has_a_process_number_ends_the_tool(desk):
-    lay_out(desk, "ELF file")
-    desk.tool("mkisofs").write_text("#!/bin/sh\nexec /bin/sleep 300\n")
-    status, said = run_failing(desk, f"posix_spawnp:3:-{SIGTERM}")
+def test_a_signal_before_the_tool_has_a_process_number_ends_the_tool(workspace):
+    lay_out(workspace, "ELF file")
+    workspace.tool("mkisofs").write_text("#!/bin/sh\nexec /bin/sleep 300\n")
+    status, said = run_failing(workspace, f"posix_spawnp:3:-{SIGTERM}")
     assert status == 1 and said.startswith("Unknown error: mkisofs failed!")
 
 
-def test_a_failure_is_told_although_the_telling_is_interrupted(desk):
+def test_a_failure_is_told_although_the_telling_is_interrupted(workspace):
     calls = f"write:1:{EDQUOT} write:2:{EINTR} write:0:0"
-    assert make_image(desk, "ELF file", calls) == (1, "Run-time error: '61'\n\nDisk full\n")
+    assert make_image(workspace, "ELF file", calls) == (1, "Run-time error: '61'\n\nDisk full\n")
 
 
 TOOL_CALLS = {"all tools": [

@@ -39,14 +39,14 @@ class Machine:
             self.set_tool(tool, TOOLS[tool])
         self.give_game(self.game)
         subprocess.run(["chmod", "-R", "a-w", root / "usr"], check=True)
-        self.own_it()
+        self.give_to_user()
 
     @property
     def user(self):
         is_root = os.getuid() == 0
         return {"user": USER, "group": USER, "extra_groups": []} if is_root else {}
 
-    def own_it(self):
+    def give_to_user(self):
         if self.user:
             subprocess.run(["chown", "-R", f"{USER}:{USER}", self.root], check=True)
 
@@ -166,7 +166,7 @@ def test_what_others_put_into_the_place_of_a_lost_temporary_folder_stays(machine
     theirs.touch()
     (run / "temporary").symlink_to(machine.temp / "link")
     (machine.temp / "link").symlink_to(machine.home)
-    machine.own_it()
+    machine.give_to_user()
     assert "marrowvan: " not in machine.run("--help").said
     assert theirs.exists() and names(machine.cache) == []
 
@@ -175,7 +175,7 @@ def test_what_others_put_into_the_place_of_a_lost_temporary_folder_stays(machine
 def test_what_others_left_stays(machine):
     theirs = machine.cache / "marrowvane/run-theirs"
     theirs.mkdir(parents=True)
-    machine.own_it()
+    machine.give_to_user()
     os.chown(theirs, 0, 0)
     theirs.chmod(0o777)
     assert "marrowvan: " not in machine.run("--help").said and names(theirs.parent) == ["run-theirs"]
