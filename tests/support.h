@@ -10,7 +10,7 @@
 #include "errors/runtime_error.h"
 #include "platform/platform.h"
 
-/// A test that runs in a folder of its own, empty at its start and gone at its end.
+/// A test that runs in an empty scratch folder.
 struct Files : testing::Test {
   const std::filesystem::path scratch =
       std::filesystem::temp_directory_path() / ("marrowvane-" + std::to_string(std::random_device()()));
@@ -29,13 +29,11 @@ inline std::string ReadFile(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The number of the error that leaves `procedure`, or the exit status if the process ends in it, or 0.
-inline int EndOf(const std::function<void()>& procedure) {
+/// Returns the number of the RuntimeError that `procedure` raises; 0 if it raises none.
+inline int ErrorOf(const std::function<void()>& procedure) {
   try {
     procedure();
     return 0;
-  } catch (int status) {
-    return status;
   } catch (const RuntimeError& error) {
     return error.Number;
   }

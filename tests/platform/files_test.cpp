@@ -8,7 +8,7 @@ TEST_F(Files, OpenNeverTruncatesAndReadFillsWhatIsThere) {
   EXPECT_EQ(Length(), 0U);
   Write(std::as_bytes(std::span("abcdef", 6)));
   Close();
-  Open(L"file\0behind a NUL"s);
+  Open(L"file\0after a NUL"s);
   EXPECT_EQ(Length(), 6U);
   for (const auto& [position, expected] : {std::pair(100, "...."), {4, "ef.."}, {0, "abcd"}}) {
     std::string buffer = "....";
@@ -28,15 +28,15 @@ TEST_F(Files, RaiseTheirNumbersAndMoveNeverOverwrites) {
   EXPECT_EQ(FirstMatch(L"none/*.elf"), std::nullopt);
   std::ofstream("file") << "new";
   std::ofstream("older") << "older";
-  EXPECT_EQ(EndOf([] { Open(L"none/file"); }), 76);
-  EXPECT_EQ(EndOf([] { Open(L"."); }), 75);
-  EXPECT_EQ(EndOf([] { FileTime(L"none"); }), 53);
-  EXPECT_EQ(EndOf([] { ResetAttributes(L"none"); }), 53);
-  EXPECT_EQ(EndOf([] { Remove(L"none"); }), 53);
-  EXPECT_EQ(EndOf([] { Move(L"none", L"to"); }), 53);
-  EXPECT_EQ(EndOf([] { Move(L"file", L"none/to"); }), 76);
-  EXPECT_EQ(EndOf([] { Move(L"file", L"older"); }), 58);
-  EXPECT_EQ(EndOf([] { Move(L"file", L"./file"); }), 58) << "onto itself";
+  EXPECT_EQ(ErrorOf([] { Open(L"none/file"); }), 76);
+  EXPECT_EQ(ErrorOf([] { Open(L"."); }), 75);
+  EXPECT_EQ(ErrorOf([] { FileTime(L"none"); }), 53);
+  EXPECT_EQ(ErrorOf([] { ResetAttributes(L"none"); }), 53);
+  EXPECT_EQ(ErrorOf([] { Remove(L"none"); }), 53);
+  EXPECT_EQ(ErrorOf([] { Move(L"none", L"to"); }), 53);
+  EXPECT_EQ(ErrorOf([] { Move(L"file", L"none/to"); }), 76);
+  EXPECT_EQ(ErrorOf([] { Move(L"file", L"older"); }), 58);
+  EXPECT_EQ(ErrorOf([] { Move(L"file", L"./file"); }), 58) << "onto itself";
   EXPECT_EQ(ReadFile("file") + ReadFile("older"), "newolder");
   Move(L"file", L"to");
   EXPECT_TRUE(ReadFile("to") == "new" && !PathExists(L"file"));

@@ -38,8 +38,8 @@ TEST(HostError, HasANumberForEachCause) {
       {ENFILE, 67}, {EBUSY, 70},  {ETXTBSY, 70}, {EAGAIN, 70}, {EACCES, 75},       {EPERM, 75},
       {EROFS, 75},  {EISDIR, 75}, {ENOTDIR, 76}};
   for (const auto& [error, number] : causes) {
-    EXPECT_EQ(EndOf([value = error] { posix::RaiseHostError(value); }), number);
-    EXPECT_EQ(EndOf([value = error] { posix::RaiseHostErrorOnCreate(value); }),
+    EXPECT_EQ(ErrorOf([value = error] { posix::RaiseHostError(value); }), number);
+    EXPECT_EQ(ErrorOf([value = error] { posix::RaiseHostErrorOnCreate(value); }),
               error == ENOENT ? 76 : number);
   }
 }
@@ -58,7 +58,7 @@ TEST_F(Files, MoveAcrossVolumesIsACopyThatNeverOverwrites) {
   EXPECT_EQ(std::filesystem::status(parked).permissions(), perms(0666));
 
   std::ofstream("IP.BIN") << "another";
-  EXPECT_EQ(EndOf([&] { Move(L"IP.BIN", parked.wstring()); }), 58);
+  EXPECT_EQ(ErrorOf([&] { Move(L"IP.BIN", parked.wstring()); }), 58);
   EXPECT_EQ(ReadFile(parked), std::string(100'000, 'c'));
   std::filesystem::remove_all(there);
 }
@@ -74,7 +74,7 @@ TEST_F(Files, LinksMoveAndMatchAsTheirFilesAndLeaveThemAsTheyAre) {
   EXPECT_EQ(std::filesystem::status("z.elf").permissions(), perms(0440));
   std::filesystem::last_write_time("z.elf", {});
   EXPECT_EQ(FileTime(L"m\xDCFFn.elf"), FileTime(L"z.elf"));
-  EXPECT_EQ(EndOf([] { Move(L"m\xDCFFn.elf", L"none/to"); }), 76);
+  EXPECT_EQ(ErrorOf([] { Move(L"m\xDCFFn.elf", L"none/to"); }), 76);
   Move(L"m\xDCFFn.elf", L"moved");
   EXPECT_TRUE(ReadFile("moved") == "z.elf" && !std::filesystem::is_symlink("moved"));
   EXPECT_EQ(FirstMatch(L"m*"), L"moved") << "the link is gone";

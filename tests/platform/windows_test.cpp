@@ -13,13 +13,19 @@ using namespace platform;
 using namespace std::string_literals;
 using Words = std::vector<std::uint32_t>;
 
-/// What the last call got, and what it answers.
+/// The arguments of the last call, and its result.
 static Words record;
 static std::string texts, answer;
 
-static Words WordsOf(const void* bytes, std::size_t size) {
-  const auto* words = static_cast<const std::uint32_t*>(bytes);
-  return {words, words + size / sizeof *words};
+/// Stands for an address in a record. The test compares what is there as text.
+constexpr std::uint32_t Address = 0xADD2E55;
+
+/// Returns the words of a record, with `Address` in place of the addresses, which must not be null.
+static Words WordsOf(const void* bytes, std::size_t size, const std::vector<std::size_t>& addresses = {}) {
+  const auto* first = static_cast<const std::uint32_t*>(bytes);
+  Words words(first, first + size / sizeof *first);
+  for (const std::size_t at : addresses) words[at] = words[at] != 0 ? Address : 0;
+  return words;
 }
 
 static BOOL WINAPI StartTool(LPCSTR application, LPSTR line, LPSECURITY_ATTRIBUTES process,
@@ -33,7 +39,7 @@ static BOOL WINAPI StartTool(LPCSTR application, LPSTR line, LPSECURITY_ATTRIBUT
 }
 
 static BOOL WINAPI AskForName(OPENFILENAMEA* dialog) {
-  record = WordsOf(dialog, 76);
+  record = WordsOf(dialog, 76, {3, 7, 9, 12, 15});
   texts = std::string(dialog->lpstrFilter, 47) + std::string(dialog->lpstrFile, 255) +
           std::string(dialog->lpstrFileTitle, 255) + dialog->lpstrTitle + dialog->lpstrDefExt;
   std::strcpy(dialog->lpstrFile, answer.c_str());
@@ -41,24 +47,24 @@ static BOOL WINAPI AskForName(OPENFILENAMEA* dialog) {
 }
 
 static LPITEMIDLIST WINAPI AskForPlace(BROWSEINFOA* dialog) {
-  record = WordsOf(dialog, 32);
+  record = WordsOf(dialog, 32, {3});
   texts = dialog->lpszTitle;
   return answer.empty() ? nullptr : static_cast<ITEMIDLIST*>(::CoTaskMemAlloc(16));
 }
 
-static BOOL WINAPI TellPath(LPCITEMIDLIST, LPSTR path) { return std::strcpy(path, answer.c_str()) == path; }
+static BOOL WINAPI ReturnPath(LPCITEMIDLIST, LPSTR path) { return std::strcpy(path, answer.c_str()) == path; }
 
-// The imports that the platform layer calls through, under the names that the linker knows them by: defined
-// here, they take the place of those of the import libraries, and each call reaches a function of the test.
+// The platform layer calls Windows through these symbols. Because the test defines them, the linker does not
+// take them from the import libraries, and each call reaches a function of the test.
 #define IMPORTED(symbol, function)                              \
   extern "C" void* imported##function asm(symbol); /* NOLINT */ \
   void* imported##function = reinterpret_cast<void*>(function)
 IMPORTED("__imp__CreateProcessA@40", StartTool);
 IMPORTED("__imp__GetSaveFileNameA@4", AskForName);
 IMPORTED("__imp__SHBrowseForFolderA@4", AskForPlace);
-IMPORTED("__imp__SHGetPathFromIDListA@8", TellPath);
+IMPORTED("__imp__SHGetPathFromIDListA@8", ReturnPath);
 
-TEST(Records, OfAToolsStart) {
+TEST(Records, ForTheStartOfATool) {
   for (const std::uint32_t style : {0U, 1U}) {
     StartAndWait(L"\"C:\\a b\\tool.exe\" \"caf\u00E9\"", static_cast<int>(style));
     EXPECT_EQ(texts, "\"C:\\a b\\tool.exe\" \"caf\xE9\"");
@@ -66,7 +72,7 @@ TEST(Records, OfAToolsStart) {
   }
 }
 
-TEST(Records, OfTheSaveDialog) {
+TEST(Records, ForTheSaveDialog) {
   const std::string blanks = std::string(254, ' ') + '\0';
   const auto module = reinterpret_cast<std::uint32_t>(::GetModuleHandleA(nullptr));
   for (const std::string& path : {""s, "C:\\caf\xE9\\x.cdi"s, "C:\\" + std::string(251, 'n')}) {
@@ -75,29 +81,29 @@ TEST(Records, OfTheSaveDialog) {
     mComDlg::ShowSaveDialog(target, L"DiscJuggler|*.cdi", L"", L"Save...", mComDlg::FileMustExist);
     EXPECT_EQ(target.has_value(), !path.empty());
     EXPECT_EQ(ToBytes(target.value_or(L"")), path);
-    EXPECT_EQ(record, Words({76, 0, module, record[3], 0, 0, 0, record[7], 255, record[9], 255, 0, record[12],
-                             0x1000, 0, record[15], 0, 0, 0}));
+    EXPECT_EQ(record, Words({76, 0, module, Address, 0, 0, 0, Address, 255, Address, 255, 0, Address, 0x1000,
+                             0, Address, 0, 0, 0}));
     EXPECT_EQ(texts, "DiscJuggler (*.cdi)\0*.cdi\0All files (*.*)\0*.*\0\0"s + blanks + blanks + "Save...");
   }
 }
 
-TEST(Records, OfTheFolderBrowser) {
+TEST(Records, ForTheFolderBrowser) {
   for (const std::string& path : {""s, "C:\\caf\xE9 "s, std::string(255, 'p'), std::string(256, 'p')}) {
     answer = path;
     mMain::OptionalPath target = L"before";
     mComDlg::BrowseForFolder(target, L"Choose...");
     EXPECT_EQ(target.has_value(), !path.empty());
     EXPECT_EQ(ToBytes(target.value_or(L"")), path.size() <= 255 ? path : "");
-    EXPECT_EQ(record, Words({0, 0, 0, record[3], 1, 0, 0, 0}));
+    EXPECT_EQ(record, Words({0, 0, 0, Address, 1, 0, 0, 0}));
     EXPECT_EQ(texts, "Choose...");
   }
 }
 
-TEST_F(Files, KnowABadNameALockAndAFileByAnotherSpelling) {
-  EXPECT_EQ(EndOf([] { Open(L"a|b?"); }), 52);
+TEST_F(Files, RaiseErrorsForABadNameALockAndAMoveOntoItself) {
+  EXPECT_EQ(ErrorOf([] { Open(L"a|b?"); }), 52);
   const HANDLE lock = ::CreateFileA("locked", GENERIC_READ, 0, nullptr, CREATE_NEW, 0, nullptr);
-  EXPECT_EQ(EndOf([] { Open(L"locked"); }), 70);
+  EXPECT_EQ(ErrorOf([] { Open(L"locked"); }), 70);
   ::CloseHandle(lock);
   std::ofstream("IP.BIN") << "x";
-  EXPECT_EQ(EndOf([] { Move(L"IP.BIN", L"ip.bin"); }), 58) << "onto itself";
+  EXPECT_EQ(ErrorOf([] { Move(L"IP.BIN", L"ip.bin"); }), 58) << "onto itself";
 }

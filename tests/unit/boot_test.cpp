@@ -3,13 +3,14 @@
 #include "bootfile/classify.h"
 #include "bootsector/write.h"
 #include "fake_platform.h"
+#include "version.h"
 
 using namespace mMain;
 using namespace std::string_literals;
 using enum BootFileKind;
 using fake::host;
 
-/// Written down once more, with a dot for each NUL byte in the last three.
+/// The signatures, with a dot for each NUL byte in the last three.
 static const std::vector<std::string> Signatures = {
     "0123456789abcdefghijklmnopqrstuvwxyz",
     "abcdefghijklmnopqrstuvwxyz0123456789",
@@ -49,13 +50,13 @@ TEST(ClassifyBootFile, FindsTheElfMagicAtTheStartAndWholeSignaturesAnywhere) {
 static const Text IpBin = L"C:\\dc\\IP.BIN";
 static const Text Template = L"C:\\tools\\IP.TMPL";
 
-/// The boot sector as a run leaves it that found these files.
+/// Returns the boot sector that a run writes when these files exist.
 static std::string Written(const Text& bootFile, const std::map<Text, fake::File>& files,
                            const Text& options = L"") {
   fake::Reset(options);
   host.files = files;
   RunState.BootFile = L"C:\\dc\\" + bootFile;
-  EndOf([] { WriteBootSector(IpBin); });
+  ErrorOf([] { WriteBootSector(IpBin); });
   return host.files[IpBin].bytes;
 }
 
@@ -67,7 +68,8 @@ TEST(WriteBootSector, MakesANewFileFromOptionsAndTemplate) {
            fields + std::string(32512, 'b');
   };
   const std::map<Text, fake::File> files = {{Template, {std::string(256, 'h') + std::string(32512, 'b')}}};
-  EXPECT_EQ(Written(L"1st_read.bin\0\0"s, files), whole("1ST_READ.BIN    Tarnfel         Marrowvane 0.1"));
+  EXPECT_EQ(Written(L"1st_read.bin\0\0"s, files),
+            whole("1ST_READ.BIN    Tarnfel         Marrowvane "s + ProductVersion));
   EXPECT_EQ(Written(L"sixteen-long.elf", files, L"--coder 1234567890123456 --cdvol A"),
             whole("SIXTEEN-LONG.ELF1234567890123456A"));
   EXPECT_EQ(Written(L"a.elf", files, L"--coder 1234567890123456X --cdvol " + Text(129, L't')),

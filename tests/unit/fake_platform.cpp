@@ -11,9 +11,12 @@ namespace platform {
 
 const wchar_t PathSeparator = L'\\';
 
-/// An operation on a file that must be there. It can fail, and fails if it is its turn.
-fake::File& Reach(const Text& path) {
-  if (++host.operations == host.failAt) throw DeviceError;
+/// An operation on a file that must exist. It fails when it is the operation `failAt`.
+fake::File& Reach(const Text& path, bool isDeletion = false) {
+  if (++host.operations == host.failAt) {
+    host.deletionFailed = isDeletion;
+    throw DeviceError;
+  }
   const auto file = host.files.find(mMain::CutAtNul(path));
   if (file == host.files.end()) throw FileNotFound;
   return file->second;
@@ -35,16 +38,16 @@ Text ExecutableName() { return L"my.program.EXE"; }
 
 Text TempFolder() { return L"C:\\Temp\\"; }
 
-void EndProcess(int status) { throw status; }
+void EndProcess(int status) { throw fake::ProcessEnd{status}; }
 
-/// In the forms in which Windows gives them: behind its NUL stands what was in the buffer.
+/// As Windows returns them: the rest of the buffer follows the NUL.
 std::optional<Text> AskForFolder(const Text&) { return Text(L"C:\\dc\0\0", 7); }
 
 std::optional<Text> AskForFileToSave(const SaveDialog&) { return Text(L" C:\\x.cdi\0   ", 13); }
 
 void HoldInterruptsDuring(const std::function<void()>& work) { work(); }
 
-/// Every tool creates its output: the path behind "-o", or else the last one.
+/// Every tool creates its output: the path after "-o", or else the last path.
 void StartAndWait(const Text& commandLine, int) {
   RequireNoOpenFile();
   const std::size_t option = commandLine.find(L"-o ");
@@ -72,10 +75,10 @@ Text UpperCase(const Text& text) {
 
 bool PathExists(const Text& path) { return path == L"C:\\dc" || host.files.contains(mMain::CutAtNul(path)); }
 
-void ResetAttributes(const Text& path) { Reach(path); }
+void ResetAttributes(const Text& path) { Reach(path, true); }
 
 void Remove(const Text& path) {
-  Reach(path);
+  Reach(path, true);
   host.files.erase(path);
 }
 
