@@ -1,6 +1,7 @@
-"""What the system tests share: programs run here or under Wine, and a scratch workspace to run them on.
+"""Runs the built programs, here or under Wine, in a scratch workspace.
 
-`pytest tests/system -k WORD` tests build/release; `--build FOLDER` another build.
+`pytest tests/system -k WORD` tests build/release; `--build FOLDER` tests another build. A test that does not
+apply to the build is skipped.
 """
 
 import atexit
@@ -16,12 +17,14 @@ import pytest
 
 TOOLS = ("sh-elf-objcopy", "scramble", "mkisofs", "cdi4dc")
 ROOT = Path(__file__).resolve().parents[2]
-USER = 65534  # tests that root starts run the program as this one, so that access rights count
+USER = 65534  # tests that root starts run the program as this user, so that access rights count
 TOO_LONG = 120  # seconds until a run counts as hung
+VERSION = re.search(r"project\(marrowvane VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text())[1]
+MARKERS = {"posix": "not for Windows", "windows": "for Windows only", "delivered": "for a Release build only"}
 
 
 class Finished(NamedTuple):
-    status: int  # negative: the signal that ended it
+    status: int  # negative: the number of the signal that ended the program
     said: str  # standard output and error, or the texts of the message boxes
 
 
@@ -32,6 +35,7 @@ class Build:
         self.root, self.folder = ROOT, Path(folder).resolve()
         self.bin = self.folder / "bin"
         self.is_windows = (self.bin / "marrowvan.exe").exists()
+        self.is_delivered = "CMAKE_BUILD_TYPE:STRING=Release" in (self.folder / "CMakeCache.txt").read_text()
         self.hello_elf = self.folder / "examples/hello.elf"
 
     def program(self, name):
@@ -39,35 +43,41 @@ class Build:
         return next(path for path in (self.bin / file, self.folder / "tests" / file) if path.exists())
 
     def host_path(self, path):
-        """A path as the tested programs write it."""
+        """Returns a path in the form that the tested programs use."""
         return str(PureWindowsPath(f"Z:{path}")) if self.is_windows else str(path)
 
     def call(self, program, *arguments, env=None):
-        """What subprocess needs to start a program: nobody sits at a display, and boxes are answered."""
+        """Returns what subprocess needs to start a program without a display, or with its boxes answered."""
         items = [self.program(program) if isinstance(program, str) else program, *arguments]
-        starter, nobody = [], {"DISPLAY": "", "WAYLAND_DISPLAY": ""}
+        starter, no_display = [], {"DISPLAY": "", "WAYLAND_DISPLAY": ""}
         if self.is_windows:
-            starter, nobody = [ROOT / "scripts/wine"], {}
+            starter, no_display = [ROOT / "scripts/wine"], {}
             if items[0].stem == "marrowvan":
                 items.insert(0, self.program("press_ok"))
-        variables = os.environ | {"LC_ALL": "C.UTF-8"} | nobody | (env or {})
+        variables = os.environ | {"LC_ALL": "C.UTF-8"} | no_display | (env or {})
         items = [self.host_path(item) if isinstance(item, Path) else item for item in items]
         return {"args": starter + items, "env": {name: str(value) for name, value in variables.items()}}
 
     def run(self, program, *arguments, env=None, input=None, **how):
-        """Runs a program, named or by its path, to its end. Each Path becomes a path of the host."""
+        """Runs a program of the build, or one by its path, to its end. Each Path becomes a path of the host."""
         with tempfile.TemporaryFile() as output:
             ended = subprocess.run(**self.call(program, *arguments, env=env), **how, timeout=TOO_LONG,
                                    input=(input or "").encode(), stdout=output, stderr=output)
             output.seek(0)
             said = output.read().decode(errors="surrogateescape").replace("\r", "")
-        # These two kinds of message have an icon, and these alone.
-        said = re.sub(r"^\[icon\] (Unknown error|The DC bootfile)", r"\1", said, flags=re.MULTILINE)
         return Finished(ended.returncode, said)
 
 
+def give_to_user(folder):
+    """Gives a folder to the user that programs run as. Returns what subprocess needs to start them."""
+    if os.getuid() != 0:
+        return {}
+    subprocess.run(["chown", "-hR", f"{USER}:{USER}", folder], check=True)
+    return {"user": USER, "group": USER, "extra_groups": []}
+
+
 class Workspace:
-    """A portable folder of recording stand-ins, a game folder with an ELF file, and older outputs."""
+    """A portable folder with stand-ins for the tools, a game folder with an ELF file, and older outputs."""
 
     def __init__(self, build, root):
         self.build, self.root = build, root
@@ -95,16 +105,11 @@ class Workspace:
 
     @property
     def log(self):
-        """The command lines of the tools that ran, as they noted them."""
+        """The command lines of the tools that ran, as the stand-ins wrote them down."""
         return (self.app / "log").read_text(errors="surrogateescape").splitlines()
 
     def give_to_user(self):
-        """Gives all files to the user that the program runs as. Returns what subprocess needs for that."""
-        if self.build.is_windows or os.getuid() != 0:
-            return {}
-        for path in (self.root, *self.root.rglob("*")):
-            os.chown(path, USER, USER, follow_symlinks=False)
-        return {"user": USER, "group": USER, "extra_groups": []}
+        return {} if self.build.is_windows else give_to_user(self.root)
 
     def environment(self, changes=None):
         if self.build.is_windows:
@@ -122,6 +127,11 @@ class Workspace:
         return self.run("--dir", self.game, "--cdi", self.cdi, **how)
 
 
+def case(name, *values, marks=()):
+    """A row of a table, with its name."""
+    return pytest.param(*values, id=name, marks=marks)
+
+
 def names(folder):
     return sorted(os.listdir(folder))
 
@@ -131,25 +141,29 @@ def pytest_addoption(parser):
 
 
 def pytest_configure(config):
-    for host in ("posix", "windows"):
-        config.addinivalue_line("markers", f"{host}_only: is about something that no other host has")
+    for marker, reason in MARKERS.items():
+        config.addinivalue_line("markers", f"{marker}: {reason}")
 
 
 def pytest_collection_modifyitems(config, items):
-    other = "posix_only" if Build(config.getoption("--build")).is_windows else "windows_only"
-    items[:] = [item for item in items if not item.get_closest_marker(other)]
+    build = Build(config.getoption("--build"))
+    applies = {"posix": not build.is_windows, "windows": build.is_windows, "delivered": build.is_delivered}
+    for item in items:
+        for marker, reason in MARKERS.items():
+            if item.get_closest_marker(marker) and not applies[marker]:
+                item.add_marker(pytest.mark.skip(reason=reason))
 
 
 @pytest.fixture(scope="session")
 def display():
-    """A display of the tests' own, so that no key and no box goes astray."""
-    if "MARROWVANE_TEST_DISPLAY" in os.environ:  # the present one is for tests
+    """A display for the tests only, so that keys reach the right window."""
+    if "MARROWVANE_TEST_DISPLAY" in os.environ:  # the present display is for tests
         return os.environ["DISPLAY"]
-    number, told = os.pipe()
-    command = ["Xvfb", "-displayfd", str(told), "-screen", "0", "1100x960x24"]
-    server = subprocess.Popen(command, pass_fds=[told], stderr=subprocess.DEVNULL)
+    reader, writer = os.pipe()
+    command = ["Xvfb", "-displayfd", str(writer), "-screen", "0", "1100x960x24"]
+    server = subprocess.Popen(command, pass_fds=[writer], stderr=subprocess.DEVNULL)
     atexit.register(server.terminate)
-    os.environ["DISPLAY"] = ":" + os.read(number, 16).decode().strip()
+    os.environ["DISPLAY"] = ":" + os.read(reader, 16).decode().strip()
     return os.environ["DISPLAY"]
 
 
@@ -160,25 +174,21 @@ def build(request):
         yield tested
         return
     request.getfixturevalue("display")
-    # Wine's server lives as long as this program waits for input: one that ends turns the next program away.
+    # Wine's server runs while this program waits for input. A server that ends refuses the next program.
     with subprocess.Popen([ROOT / "scripts/wine", "cmd"], stdin=subprocess.PIPE, stdout=subprocess.DEVNULL):
         yield tested
 
 
-@pytest.fixture
-def new_workspace(build):
-    """Makes workspaces."""
-    roots = []
-
-    def make():
-        roots.append(Path(tempfile.mkdtemp(prefix="workspace-")))
-        return Workspace(build, roots[-1])
-    yield make
-    for root in roots:
-        subprocess.run(["chmod", "-R", "u+rwX", root], check=True)
-        shutil.rmtree(root)
+@pytest.fixture(scope="session")
+def windows_mkisofs(build):
+    """The tool in the portable folder for Windows. A build lacks it if its foreign parts could not be made."""
+    if not (build.bin / "mkisofs.exe").exists():
+        pytest.skip("this build has no mkisofs.exe: scripts/setup prints why")
 
 
 @pytest.fixture
-def workspace(new_workspace):
-    return new_workspace()
+def workspace(build):
+    root = Path(tempfile.mkdtemp(prefix="workspace-"))
+    yield Workspace(build, root)
+    subprocess.run(["chmod", "-R", "u+rwX", root], check=True)
+    shutil.rmtree(root)

@@ -12,6 +12,7 @@ import pytest
 from disc_reference import DataOffset, Silence, lay_out, make_iso, make_parity, make_program, make_record
 from disc_reference import make_track, scramble, small_images
 
+pytestmark = pytest.mark.posix
 BootFile, Volume, Root = b"1ST_READ.BIN;1", 16 * 2048, 18 * 2048
 Files = {BootFile: scramble(make_program()), b"LAST.BIN;1": b"\7" * 2048}  # in sectors 20 and 21 of 22
 

@@ -11,7 +11,7 @@ import pytest
 from conftest import names
 from disc_reference import make_iso, read_image, scramble
 
-posix_only = pytest.mark.posix_only
+posix_only = pytest.mark.posix
 MiB = 1 << 20
 Iso = make_iso({b"A.BIN;1": random.Random(1).randbytes(109 * 2048)})  # two batches of 64 sectors, and one
 Sizes = [0, 31, 127, 128, 299, 32767, 65536, MiB - 1, MiB + 32, 2 * MiB - 1, 2 * MiB, 3 * MiB, 3 * MiB + 65]

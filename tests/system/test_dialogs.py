@@ -23,13 +23,14 @@ def press(*keys):
 
 
 def type_in(text):
-    time.sleep(1)  # a dialog that has the keys, and the line for a path that "/" opens, lose the first ones
+    # A dialog that has just opened loses the first keys, as does the line that "/" opens.
+    time.sleep(1 + os.getloadavg()[0] / os.cpu_count())
     xdotool("type", "--clearmodifiers", "--delay", "20", text)
 
 
-def until(condition, meanwhile=lambda: None):
-    """Waits for a state of the display or of the program, and tries again and again to bring it about."""
-    for _ in range(150):
+def wait_until(condition, meanwhile=lambda: None):
+    """Waits for a state of the display or of the program. Calls `meanwhile` before each new look."""
+    for _ in range(400):
         if result := condition():
             return result
         meanwhile()
@@ -42,25 +43,24 @@ def windows(title):
 
 
 def take_focus(title):
-    """Waits for a dialog and gives it the keys; under Wine it takes them by itself. Its window may change."""
+    """Waits for a dialog and focuses it; under Wine it takes the focus itself. Its window may change."""
     def give_focus():
         for window in windows(title):
             xdotool("windowfocus", window)
-    until(lambda: set(xdotool("getwindowfocus")) & set(windows(title)), give_focus)
+    wait_until(lambda: set(xdotool("getwindowfocus")) & set(windows(title)), give_focus)
 
 
 def press_return_until(condition):
-    """Without a window manager, a box of zenity does not take the keys by itself."""
+    """Without a window manager, a zenity box does not take the focus itself."""
     def press_return():
         xdotool("search", "--onlyvisible", "--class", "zenity", "windowfocus")
         press("Return")
-    until(condition, press_return)
+    wait_until(condition, press_return)
 
 
 @pytest.fixture
-def workspace(build, new_workspace):
-    """One whose game folder a few keys lead to, under Wine in the drive C."""
-    workspace = new_workspace()
+def workspace(build, workspace):
+    """A workspace with a game folder that a few keys reach. Under Wine it is on the drive C."""
     cache = os.environ.get("XDG_CACHE_HOME", Path.home() / ".cache")
     prefix = os.environ.get("WINEPREFIX", f"{cache}/marrowvane/wine-prefix")
     place = Path(prefix) / "drive_c" if build.is_windows else workspace.root
@@ -75,19 +75,19 @@ def run_with_keys(workspace, display):
     A key that is pressed while a window opens or closes may be lost, so there are three attempts."""
     workspace.program = workspace.program.rename(workspace.program.with_stem("by_hand"))
     environment = {"DISPLAY": display, "PATH": os.environ["PATH"], "GSETTINGS_BACKEND": "memory",
-                   "XDG_DATA_HOME": workspace.root}  # or the user's would remember what was chosen
+                   "XDG_DATA_HOME": workspace.root}  # the user's list of recent files stays unchanged
     call = workspace.build.call(workspace.program, env=workspace.environment(environment))
 
     def try_once(press_keys):
-        nobody = {"stdin": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
-        run = subprocess.Popen(**call, **nobody, start_new_session=True)
+        no_terminal = {"stdin": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
+        run = subprocess.Popen(**call, **no_terminal, start_new_session=True)
         try:
             press_keys(run)
-            until(lambda: run.poll() is not None)
+            wait_until(lambda: run.poll() is not None)
             return run.returncode
         finally:
             with contextlib.suppress(ProcessLookupError):
-                os.killpg(run.pid, signal.SIGKILL)  # a dialog of its own too
+                os.killpg(run.pid, signal.SIGKILL)  # its dialogs too
             run.wait()
 
     def try_until_done(press_keys):
@@ -101,7 +101,7 @@ def run_with_keys(workspace, display):
 def choose_folder(workspace):
     title = ASK_FOLDER[workspace.build.is_windows]
     take_focus(title)
-    if workspace.build.is_windows:  # by their names, since what the user's home has stands in the tree as well
+    if workspace.build.is_windows:  # the tree starts with the user's home, whose contents are unknown
         press("shift+Tab", "Home")
         type_in("My Comp")
         press("Right", "Down", "Right")  # to the drive C
@@ -118,7 +118,7 @@ def name_file(workspace):
     press_return_until(lambda: not windows(ASK_FILE))
 
 
-def test_a_folder_and_a_file_are_chosen(workspace, run_with_keys):
+def test_chosen_folder_and_file_make_an_image(workspace, run_with_keys):
     def choose_both(_run):
         choose_folder(workspace)
         name_file(workspace)
@@ -126,7 +126,7 @@ def test_a_folder_and_a_file_are_chosen(workspace, run_with_keys):
     assert workspace.cdi.read_text() == "made by cdi4dc" and (workspace.game / "1ST_READ.BIN").exists()
 
 
-def test_a_cancel_ends_the_run_with_the_usage_message(workspace, run_with_keys):
+def test_cancel_shows_the_usage_message(workspace, run_with_keys):
     def cancel(run):
         take_focus(ASK_FOLDER[workspace.build.is_windows])
         press("Escape")

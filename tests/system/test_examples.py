@@ -1,4 +1,4 @@
-"""The examples, built as a user builds them: in a place of their own, with the portable folder."""
+"""The examples, built as a user builds them: in a copy, with the portable folder."""
 
 import os
 import shutil
@@ -8,16 +8,16 @@ import pytest
 
 from finished_disc import FinishedDisc
 
-pytestmark = pytest.mark.posix_only
+pytestmark = [pytest.mark.posix, pytest.mark.delivered]
 MAKE = 'make -C {} MARROWVAN="$TOOLS/marrowvan" CDICHECK="$TOOLS/cdicheck"'
 CMAKE = ('cd cmake; [ -e build ] || cmake -S . -B build -G "{}" --toolchain sh4.cmake'
          ' -DMARROWVAN="$TOOLS/marrowvan" -DCDICHECK="$TOOLS/cdicheck" && cmake --build build')
 ASSEMBLER, C = ("hello/hello.s", b"Marrowvane hello\r\n"), ("hello-c/hello.c", b"Marrowvane hello from C\r\n")
-EXAMPLES = {  # what is typed, the image, and the program on it
-    "Makefile-assembler": (MAKE.format("hello"), "hello/hello.cdi", *ASSEMBLER),
-    "Makefile-C": (MAKE.format("hello-c"), "hello-c/hello.cdi", *C),
-    "CMake-with-Ninja": (CMAKE.format("Ninja"), "cmake/build/hello.cdi", *C),
-    "CMake-with-make": (CMAKE.format("Unix Makefiles"), "cmake/build/hello.cdi", *C),
+EXAMPLES = {  # the command, the image, and the program on it
+    "Makefile, assembler": (MAKE.format("hello"), "hello/hello.cdi", *ASSEMBLER),
+    "Makefile, C": (MAKE.format("hello-c"), "hello-c/hello.cdi", *C),
+    "CMake with Ninja": (CMAKE.format("Ninja"), "cmake/build/hello.cdi", *C),
+    "CMake with make": (CMAKE.format("Unix Makefiles"), "cmake/build/hello.cdi", *C),
 }
 UNATTENDED = """#!/bin/sh
 if [ "$DISPLAY$WAYLAND_DISPLAY" ] || read -r answer; then exit 1; fi
@@ -42,7 +42,7 @@ class Example:
         (self.tools / "cdicheck").symlink_to(root / "app/cdicheck")
 
     def run(self):
-        """Builds it where somebody could be asked."""
+        """Builds it at a display, with text on standard input: neither may reach the program."""
         variables = {"DISPLAY": ":0", "WAYLAND_DISPLAY": "0", "TMPDIR": self.tools, "TOOLS": self.tools}
         return self.build.run(Path("sh"), "-c", self.command, cwd=self.folder, env=variables, input="yes\n")
 
@@ -52,11 +52,11 @@ class Example:
         return self.image.stat().st_mtime_ns
 
     def touch(self, path):
-        """Makes it newer than the image, by the least that there is."""
+        """Makes a file one nanosecond newer than the image."""
         os.utime(path, ns=(0, self.image.stat().st_mtime_ns + 1))
 
 
-def test_an_image_is_made_anew_when_something_changed_and_only_then(build, example, tmp_path):
+def test_image_is_made_again_only_after_a_change(build, example, tmp_path):
     data = example.source.parent / "data"
     for change in (example.source, next(data.rglob("* *")), data):
         made = example.make()
@@ -72,7 +72,7 @@ def test_an_image_is_made_anew_when_something_changed_and_only_then(build, examp
 
 
 @pytest.mark.parametrize("tool", ["marrowvan", "cdicheck"])
-def test_there_is_no_image_after_a_failure(example, tool):
+def test_no_image_after_a_failure(example, tool):
     made = example.make()
     (example.tools / tool).rename(example.tools / "good")
     (example.tools / tool).symlink_to(shutil.which("false"))

@@ -1,4 +1,4 @@
-"""Whatever single call of the C library fails in a run, the run keeps its promises about the user's files."""
+"""Each call of the C library fails once in a run, and the run keeps its promises about the user's files."""
 
 import os
 import pty
@@ -8,8 +8,9 @@ from errno import errorcode, EDQUOT, EINTR, EINVAL, EIO, ENOMEM, ENOSYS, EOPNOTS
 from signal import SIG_IGN, SIGHUP, SIGINT, SIGKILL, SIGTERM, signal
 
 import pytest
-from conftest import names
+from conftest import case, names
 
+pytestmark = [pytest.mark.posix, pytest.mark.delivered]
 PLAIN = b"0123456789abcdefghijklmnopqrstuvwxyz" + bytes(n * n % 251 for n in range(5000))
 ELF = b"\x7FELF" + PLAIN
 BODY = b"u" * 32656
@@ -17,8 +18,8 @@ GAMES = {"ELF file": {"demo.elf": ELF},
          "binary": {"1ST_READ.BIN": PLAIN},
          "ELF file, older program": {"demo.elf": ELF, "1ST_READ.BIN": b"older"},
          "binary, other volume": {"game.bin": PLAIN, "IP.BIN": b"u" * 96 + b"game.bin".ljust(16) + BODY}}
-TOOLS = {"sh-elf-objcopy": '/bin/cp "$5" "$6"', "cdi4dc": '/bin/cp "$1" "$2"',  # an image is what lies behind
-         "mkisofs": '/usr/bin/tail -q -c +97 "$2" "${12}"/* > "${11}"',  # byte 96 of each file, so no dates
+TOOLS = {"sh-elf-objcopy": '/bin/cp "$5" "$6"', "cdi4dc": '/bin/cp "$1" "$2"',
+         "mkisofs": '/usr/bin/tail -q -c +97 "$2" "${12}"/* > "${11}"',  # without the date in the boot header
          "scramble": '/usr/bin/tr a-z A-Z < "$1" > "$2"'}
 ANY_GAME = "close fstat lseek lstat open posix_spawnp read readlink write"
 ISO = (bytes(32768) + b"\1CD001\1" + PLAIN * 90)[:237 * 2048]
@@ -29,8 +30,8 @@ RUNS = [  # waiting fails with EINTR only: with any other error, the run would o
     ("ELF file", EINVAL, "renameat2", ""),  # as of a file system that cannot rename without replacing
     ("binary, other volume", EINTR, "close read waitid waitpid write", ""),
     ("binary, other volume", 0, "read write", ""),  # no error, but one byte instead of many
-    # These break promises, since the steps are prescribed: what cannot be deleted stays, what cannot be
-    # looked at counts as missing, and an older file at its place passes for what a tool should have made.
+    # These break promises: a file that cannot be deleted stays, a file that cannot be examined counts as
+    # missing, and an older file counts as the output of a tool.
     ("ELF file", EIO, "unlink", "another image"),
     ("binary, other volume", EIO, "stat", "a failure, another image, no IP.BIN"),
     ("ELF file, older program", EIO, "fstatat opendir readdir", "another image"),
@@ -44,7 +45,7 @@ def failing(build, name, calls, folder):
 
 
 def each_failure(run, folder, call, error):
-    """The ends of the runs in which the first call fails, the second, ... until there is no such call."""
+    """Yields the results of the runs in which the first call fails, the second call, ... until none is left."""
     for number in range(1, 1000):
         (folder / "failed").unlink(missing_ok=True)
         ended = run(f"{call}:{number}:{error}")
@@ -55,7 +56,7 @@ def each_failure(run, folder, call, error):
 
 
 def lay_out(workspace, game):
-    for path in [*workspace.root.rglob("*.[!T]*")]:  # what an earlier run left, the template apart
+    for path in [*workspace.root.rglob("*.[!T]*")]:  # all files of an earlier run except the template
         path.unlink()
     for name, contents in GAMES[game].items():
         (workspace.game / name).write_bytes(contents)
@@ -73,11 +74,16 @@ def make_image(workspace, game, calls):
     return run_failing(workspace, calls + (f" renameat2:0:{EXDEV}" if "other volume" in game else ""))
 
 
-@pytest.mark.parametrize("game, error, call, expected", [
-    (game, error, call, seen) for game, error, calls, seen in RUNS for call in calls.split()])
-def test_a_run_keeps_its_promises(workspace, game, error, call, expected):
+def name_failure(call, error):
+    return f"{call} fails with {errorcode[error]}" if error else f"{call} transfers one byte"
+
+
+@pytest.mark.parametrize("game, error, call, broken_promises", [
+    case(f"{game}, {name_failure(call, error)}", game, error, call, broken)
+    for game, error, calls, broken in RUNS for call in calls.split()])
+def test_run_keeps_its_promises(workspace, game, error, call, broken_promises):
     assert make_image(workspace, game, "none:1:1") == (0, "")
-    right, root, seen = workspace.cdi.read_bytes(), workspace.root, set()
+    right, root, broken = workspace.cdi.read_bytes(), workspace.root, set()
     for status, said in each_failure(lambda calls: make_image(workspace, game, calls), root, call, error):
         image = workspace.cdi.exists() and workspace.cdi.read_bytes()
         promises = {
@@ -87,16 +93,15 @@ def test_a_run_keeps_its_promises(workspace, game, error, call, expected):
             "no program": any(p.read_bytes().upper().endswith(PLAIN.upper()) for p in root.rglob("*.*")),
             "no IP.BIN": "ELF" in game or [BODY] == [p.read_bytes()[112:] for p in root.rglob("IP.BIN")],
         }
-        seen |= {promise for promise, kept in promises.items() if not kept}
-    assert ", ".join(sorted(seen)) == expected
+        broken |= {promise for promise, kept in promises.items() if not kept}
+    assert ", ".join(sorted(broken)) == broken_promises
 
 
 @pytest.mark.parametrize("game", ["ELF file", "binary"])
 @pytest.mark.parametrize("rename_error", [
-    pytest.param(EXDEV, id="the program is on another volume"),
-    *(pytest.param(error, id=f"no renaming without replacing ({errorcode[error]})")
-      for error in (EINVAL, ENOSYS, EOPNOTSUPP))])
-def test_a_volume_that_refuses_modes_and_times_takes_the_job_twice(workspace, game, rename_error):
+    case("program on another volume", EXDEV),
+    *(case(name_failure("renameat2", error), error) for error in (EINVAL, ENOSYS, EOPNOTSUPP))])
+def test_two_runs_on_a_volume_that_refuses_modes_and_times(workspace, game, rename_error):
     lay_out(workspace, game)
     refusals = f"chmod:0:{EPERM} fchmod:0:{EPERM} futimens:0:{EOPNOTSUPP} renameat2:0:{rename_error}"
     for _ in range(2):
@@ -107,11 +112,9 @@ def test_a_volume_that_refuses_modes_and_times_takes_the_job_twice(workspace, ga
 
 
 @pytest.mark.parametrize("call", [
-    pytest.param("renameat2:{0}", id="that renames"),
-    pytest.param(f"renameat2:0:{EXDEV} fsync:{{0}}", id="that copies")])
-@pytest.mark.parametrize("move", [
-    pytest.param(1, id="first move"), pytest.param(2, id="second move")])
-def test_a_signal_during_a_move_of_the_boot_sector_leaves_it_in_the_folder(workspace, move, call):
+    case("by rename", "renameat2:{0}"), case("by copy", f"renameat2:0:{EXDEV} fsync:{{0}}")])
+@pytest.mark.parametrize("move", [case("first move", 1), case("second move", 2)])
+def test_signal_during_a_move_of_the_boot_sector_leaves_it_in_the_folder(workspace, move, call):
     lay_out(workspace, "ELF file")
     status, said = run_failing(workspace, call.format(move) + f":-{SIGINT}")
     assert status == 1 and said.startswith("Unknown error: mkisofs failed!")
@@ -120,14 +123,14 @@ def test_a_signal_during_a_move_of_the_boot_sector_leaves_it_in_the_folder(works
     assert workspace.make_image() == (0, "")
 
 
-def test_a_signal_before_the_tool_has_a_process_number_ends_the_tool(workspace):
+def test_signal_before_the_tool_has_a_process_number_ends_the_tool(workspace):
     lay_out(workspace, "ELF file")
     workspace.tool("mkisofs").write_text("#!/bin/sh\nexec /bin/sleep 300\n")
     status, said = run_failing(workspace, f"posix_spawnp:3:-{SIGTERM}")
     assert status == 1 and said.startswith("Unknown error: mkisofs failed!")
 
 
-def test_a_failure_is_told_although_the_telling_is_interrupted(workspace):
+def test_message_is_complete_although_writing_it_is_interrupted(workspace):
     calls = f"write:1:{EDQUOT} write:2:{EINTR} write:0:0"
     assert make_image(workspace, "ELF file", calls) == (1, "Run-time error: '61'\n\nDisk full\n")
 

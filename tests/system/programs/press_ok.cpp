@@ -1,5 +1,5 @@
-// Starts a Windows program and presses OK in each message box that it shows, as a user would. Prints what the
-// boxes said, those with an icon marked, and ends with the program's exit status.
+// Starts a Windows program and presses OK in each message box that it shows. Prints the text of each box, after
+// "[icon] " if it has an icon, and ends with the program's exit status.
 // Usage: press_ok PROGRAM [ARGUMENT ...]; PRESS_OK_TEMP in the environment is its folder for temporary files.
 
 #include <windows.h>
@@ -18,11 +18,11 @@ static BOOL CALLBACK Answer(HWND window, LPARAM process) {
   if (::GetDlgItemTextA(window, TextControl, text, sizeof text) == 0) return TRUE;
   ::GetWindowTextA(window, title, sizeof title);
 
-  // A box without an icon has an empty place for one.
+  // A box without an icon has an empty control for one.
   const bool hasIcon = ::SendDlgItemMessageA(window, IconControl, STM_GETICON, 0, 0) != 0;
   std::printf("%s%s%s\n", hasIcon ? "[icon] " : "", text, title);
   std::fflush(stdout);
-  // Where OK is the only button, it has the number of the one that cancels.
+  // If OK is the only button, it has the number of the Cancel button.
   ::PostMessageA(window, WM_COMMAND, ::GetDlgItem(window, IDOK) != nullptr ? IDOK : IDCANCEL, 0);
   for (int waited = 0; ::IsWindow(window) && waited < 5000; ++waited) ::Sleep(1);
   return TRUE;
@@ -31,7 +31,7 @@ static BOOL CALLBACK Answer(HWND window, LPARAM process) {
 int main(int, char** argv) {
   if (const char* temp = std::getenv("PRESS_OK_TEMP")) ::SetEnvironmentVariableA("TMP", temp);
 
-  // The program's own line, to the character, begins at its name.
+  // The program's exact command line begins at its name.
   std::string line = ::GetCommandLineA();
   const std::size_t name = line.find(argv[1]);
   line = line.substr(name - (line[name - 1] == '"' ? 1 : 0));

@@ -1,7 +1,7 @@
-// Loaded in front of the C library (LD_PRELOAD), it makes calls fail in the program FAIL_PROGRAM, not in
-// those that this one starts. The word "read:3:5" in FAIL_CALLS makes the third call of read fail with error
-// 5 and create the file FAIL_LOG. Number 0 means every call, without the file. Error 0 lets one byte through,
-// and error -2 makes the call after the program has sent itself signal 2.
+// Loaded before the C library (LD_PRELOAD), this library makes calls fail in the program FAIL_PROGRAM, but not
+// in its children. The word "read:3:5" in FAIL_CALLS makes the third call of read fail with error 5 and create
+// the file FAIL_LOG. Number 0 means every call, without the file. Error 0 transfers one byte only. With error
+// -2 the program first sends itself signal 2.
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -13,13 +13,13 @@
 #include <cstdlib>
 #include <cstring>
 
-/// An argument or a result of any kind: all that is wrapped here takes and gives whole words.
+/// An argument or a result of any kind: those of the wrapped calls are whole words.
 using Word = long;
 using Call = Word(Word, Word, Word, Word, Word, Word);
 
 constexpr int Untouched = INT_MIN;
 
-/// The third number of the word for this call; `Untouched` if there is none.
+/// Returns the third number of the word for this call; `Untouched` if there is none.
 static int ErrorOf(const char* name, int number) {
   const char* program = std::getenv("FAIL_PROGRAM");
   if (program == nullptr || std::strcmp(program, program_invocation_short_name) != 0) return Untouched;
@@ -34,7 +34,7 @@ static int ErrorOf(const char* name, int number) {
   return Untouched;
 }
 
-// `symbol` is what the linker knows the call by, `name` what it counts as; `failed` is what it then gives.
+// `symbol` is the linker's name of the call, `name` its name in FAIL_CALLS, `failed` the result of a failure.
 #define WRAP_AS(symbol, name, failed)                                                    \
   extern "C" Word Wrapped_##symbol(Word, Word, Word, Word, Word, Word) __asm__(#symbol); \
   Word Wrapped_##symbol(Word a, Word b, Word c, Word d, Word e, Word f) {                \

@@ -1,8 +1,8 @@
-// Stands in for an outside tool: notes its command line in the file "log" beside itself, creates its output,
-// and does what the file "<its name>.does" says instead or as well:
-//   nothing    ends at once                    half       writes half its output, then dies of a signal
-//   exit1      ends with an exit status of 1   old        dates its output back by an hour
-//   speak      says so on both outputs         interrupt  as from the keyboard: its starter and itself
+// Replaces an outside tool: writes its command line to the file "log" in its folder, and creates its output.
+// The file "<its name>.does" changes that:
+//   nothing    exits at once                     half       writes half its output, then kills itself
+//   exit1      exits with 1                      old        dates its output back by an hour
+//   speak      prints a line on both outputs     interrupt  sends SIGINT to the run and to itself
 
 #ifdef _WIN32
 #include <windows.h>
