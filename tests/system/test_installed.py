@@ -1,4 +1,4 @@
-"""Marrowvane as it is installed for a whole machine: a launcher, and a portable folder for each run."""
+"""Marrowvane installed for a whole machine: a launcher, and a portable folder for each run."""
 
 import os
 import re
@@ -8,13 +8,13 @@ import tempfile
 from pathlib import Path
 
 import pytest
-from conftest import TOO_LONG, USER, Finished, names
+from conftest import TOO_LONG, Finished, case, give_to_user, names
 
-pytestmark = pytest.mark.posix_only
+pytestmark = [pytest.mark.posix, pytest.mark.delivered]
 BOOT_SECTOR = b"the user's own".ljust(96) + b"1ST_READ.BIN".ljust(16) + bytes(32656)
 KILL_LAUNCHER = "read -r _ _ _ launcher _ < /proc/$PPID/stat; kill -KILL $launcher"
 TOOLS = {"sh-elf-objcopy": 'cp "$5" "$6"', "scramble": 'cp "$1" "$2"', "cdi4dc": 'cp "$1" "$2"',
-         "mkisofs": 'echo "$9" | cat "$2" "${12}/1ST_READ.BIN" - > "${11}"'}
+         "mkisofs": 'echo "$9" | cat "$2" "${12}/1ST_READ.BIN" - > "${11}"', "rm": 'exec /bin/rm "$@"'}
 ZENITY = 'printf "[%s]" "$@" >> "$HOME/boxes"; case $* in *--directory*) echo game ;; *--save*) exit 1; esac'
 
 
@@ -27,7 +27,7 @@ def installed(build, tmp_path_factory):
 
 
 class Machine:
-    """A home on a machine where nothing of Marrowvane is the user's. Short scripts stand for the tools."""
+    """An installation and a user's home. Short scripts replace the tools."""
 
     def __init__(self, installed, root):
         self.root, self.home, self.temp = root, root / "home", root / "temp"
@@ -37,18 +37,9 @@ class Machine:
             folder.mkdir(parents=True)
         for tool in TOOLS:
             self.set_tool(tool, TOOLS[tool])
-        self.give_game(self.game)
+        self.make_game(self.game)
         subprocess.run(["chmod", "-R", "a-w", root / "usr"], check=True)
-        self.give_to_user()
-
-    @property
-    def user(self):
-        is_root = os.getuid() == 0
-        return {"user": USER, "group": USER, "extra_groups": []} if is_root else {}
-
-    def give_to_user(self):
-        if self.user:
-            subprocess.run(["chown", "-R", f"{USER}:{USER}", self.root], check=True)
+        self.user = give_to_user(root)
 
     def set_tool(self, tool, script):
         folder = self.root / "usr" / ("lib/marrowvane" if tool in ("scramble", "cdi4dc") else "bin")
@@ -58,7 +49,7 @@ class Machine:
         for path in (folder / tool, folder):
             path.chmod(0o555)
 
-    def give_game(self, folder):
+    def make_game(self, folder):
         folder.mkdir(exist_ok=True)
         (folder / "game.elf").write_bytes(b"\x7FELF of " + folder.name.encode())
         (folder / "IP.BIN").write_bytes(BOOT_SECTOR)
@@ -66,12 +57,12 @@ class Machine:
             path.chmod(0o777)
         return folder
 
-    def start(self, *arguments, env=None):
+    def start(self, *arguments, env=None, stderr=subprocess.PIPE):
         variables = {"HOME": self.home, "TMPDIR": self.temp, "PATH": f"{self.root}/usr/bin:/usr/bin:/bin"}
         return subprocess.Popen(
             ["marrowvan", *arguments], executable=self.root / "usr/bin/marrowvan", cwd=self.home, **self.user,
             env=variables | (env or {}), start_new_session=True, stdin=subprocess.DEVNULL,
-            stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+            stdout=subprocess.DEVNULL, stderr=stderr, text=True)
 
     def run(self, *arguments, env=None):
         process = self.start(*arguments, env=env)
@@ -92,54 +83,61 @@ def machine(installed):
 
 
 @pytest.mark.parametrize("name", ["cdicheck", "marrowvan-scramble", "marrowvan-cdi4dc"])
-def test_the_companions_are_on_path(installed, name):
+def test_companions_are_on_path(installed, name):
     said = subprocess.check_output([installed / "usr/bin" / name, "--version"], text=True)
     assert said.split()[0] == name.removeprefix("marrowvan-")
 
 
-def row(sentence, *values):
-    return pytest.param(*values, id=sentence)
-
-
-@pytest.mark.parametrize("tool, does, status, left", [
-    row("all goes well", "mkisofs", "", 0, ""),
-    row("a file stands where IP.BIN was", "mkisofs", 'echo > "${12}/IP.BIN"', 1, "IP.BIN"),
-    row("the program is killed", "mkisofs", "kill -KILL $PPID", 137, "IP.BIN"),
-    row("launcher and program are killed", "mkisofs", f"{KILL_LAUNCHER} $PPID", -9, "IP.BIN"),
-    row("half of an IP.BIN is there", "mkisofs", 'echo > "$2"; kill -KILL $PPID', 137, "IP.BIN"),
-    row("Ctrl-C is pressed", "mkisofs", "kill -INT 0", 130, ""),
-    row("Ctrl-Backslash is pressed", "mkisofs", "kill -QUIT 0", 131, ""),
-    row("the terminal closes", "mkisofs", "kill -HUP 0", 129, ""),
-    row("the launcher alone is ended", "mkisofs", KILL_LAUNCHER.replace("KILL", "TERM"), 143, ""),
-    row("the ELF file is gone", "scramble", "exit 1", 1, "1ST_READ_UNSCRAMBLED.BIN"),
+@pytest.mark.parametrize("tool, does, status, kept_file", [
+    case("successful run", "mkisofs", "", 0, ""),
+    case("new file in the place of IP.BIN", "mkisofs", 'echo > "${12}/IP.BIN"', 1, "IP.BIN"),
+    case("killed program", "mkisofs", "kill -KILL $PPID", 137, "IP.BIN"),
+    case("killed launcher and program", "mkisofs", f"{KILL_LAUNCHER} $PPID", -9, "IP.BIN"),
+    case("killed program and an incomplete IP.BIN", "mkisofs", 'echo > "$2"; kill -KILL $PPID', 137, "IP.BIN"),
+    case("Ctrl-C", "mkisofs", "kill -INT 0", 130, ""),
+    case("Ctrl-C while the launcher cleans up", "rm", "kill -INT 0", 0, ""),
+    case("Ctrl-Backslash", "mkisofs", "kill -QUIT 0", 131, ""),
+    case("closed terminal", "mkisofs", "kill -HUP 0", 129, ""),
+    case("SIGTERM for the launcher", "mkisofs", KILL_LAUNCHER.replace("KILL", "TERM"), 143, ""),
+    case("scramble fails after the ELF file is gone", "scramble", "exit 1", 1, "1ST_READ_UNSCRAMBLED.BIN"),
 ])
-def test_what_a_user_still_needs_is_kept_and_told_of(machine, tool, does, status, left):
+def test_run_keeps_and_reports_what_the_user_may_need(machine, tool, does, status, kept_file):
     machine.set_tool(tool, f"{does}\n{TOOLS[tool]}")
     ended = machine.run("--dir", "game", "--cdi", "game.cdi")
     assert ended.status == status
     later = machine.run("--help")
     kept = machine.kept()
-    assert [file.name for file in kept] == left.split() and later.status == 0
+    assert [file.name for file in kept] == kept_file.split() and later.status == 0
     for file in kept:
-        is_half = file.name == "IP.BIN" and '"$2"' in does
-        assert file.name != "IP.BIN" or file.read_bytes() == (b"\n" if is_half else BOOT_SECTOR)
+        is_incomplete = file.name == "IP.BIN" and '"$2"' in does
+        assert file.name != "IP.BIN" or file.read_bytes() == (b"\n" if is_incomplete else BOOT_SECTOR)
         assert (status < 0 or f"marrowvan: {file} " in ended.said) and f"marrowvan: {file} " in later.said
         assert f'"marrowvan --dir game --cdi game.cdi, in {machine.home}"' in later.said
-        assert ("less than 32768 bytes" in later.said) == is_half
+        assert ("less than 32768 bytes" in later.said) == is_incomplete
         file.unlink()
     assert kept or "marrowvan: " not in ended.said
     assert "marrowvan: " not in machine.run("--help").said
     assert names(machine.cache) == names(machine.temp) == []
 
 
-def test_another_start_leaves_a_run_alone_that_has_lost_its_launcher(machine):
+def test_closed_pipe_as_standard_error_does_not_stop_a_run(machine):
+    kept = machine.cache / "marrowvane/kept-before/IP.BIN"  # the launcher reports it first
+    kept.parent.mkdir(parents=True)
+    kept.touch()
+    reader, writer = os.pipe()
+    os.close(reader)
+    run = machine.start("--dir", "game", "--cdi", "game.cdi", stderr=writer)
+    assert run.wait(TOO_LONG) == 0 and kept.exists()
+
+
+def test_start_leaves_the_run_of_a_killed_launcher_alone(machine):
     machine.set_tool("mkisofs", f"{KILL_LAUNCHER}; marrowvan --help\n{TOOLS['mkisofs']}")
     assert machine.run("--dir", "game", "--cdi", "game.cdi").status == -9
     assert (machine.home / "game.cdi").exists()
 
 
-def test_many_runs_at_once_each_make_the_disc_of_their_own_folder(machine):
-    folders = [machine.give_game(machine.home / f"game {number}") for number in range(8)]
+def test_eight_runs_at_once_each_make_the_disc_of_their_folder(machine):
+    folders = [machine.make_game(machine.home / f"game {number}") for number in range(8)]
     runs = [machine.start("--dir", folder.name, "--cdi", f"{folder.name}.cdi", "--cdvol", f"$x  '{folder.name}")
             for folder in folders]
     for run, folder in zip(runs, folders):
@@ -149,7 +147,7 @@ def test_many_runs_at_once_each_make_the_disc_of_their_own_folder(machine):
     assert names(machine.cache) == names(machine.temp) == []
 
 
-def test_a_template_of_the_users_own_is_taken(machine):
+def test_template_of_the_user_replaces_the_installed_one(machine):
     own = machine.home / ".local/share/marrowvane/IP.TMPL"
     own.parent.mkdir(parents=True)
     own.write_bytes(b"O" * 32768)
@@ -159,40 +157,51 @@ def test_a_template_of_the_users_own_is_taken(machine):
     assert (machine.home / "game.cdi").read_bytes()[256:32768] == b"O" * 32512
 
 
-def test_what_others_put_into_the_place_of_a_lost_temporary_folder_stays(machine):
-    run, theirs = machine.cache / "marrowvane/run-lost", machine.home / "a/b/1ST_READ_UNSCRAMBLED.BIN"
-    for folder in (run, theirs.parent):
-        folder.mkdir(parents=True)
-    theirs.touch()
-    (run / "temporary").symlink_to(machine.temp / "link")
+def lose_run(machine, temporary):
+    """Leaves the folder of a run whose temporary folder has this path."""
+    (machine.cache / "marrowvane/run-lost").mkdir(parents=True)
+    (machine.cache / "marrowvane/run-lost/temporary").symlink_to(temporary)
+
+
+def test_link_in_the_place_of_a_lost_temporary_folder_stays(machine):
+    lose_run(machine, machine.temp / "link")
+    program = machine.home / "a/b/1ST_READ_UNSCRAMBLED.BIN"
+    program.parent.mkdir(parents=True)
+    program.touch()
     (machine.temp / "link").symlink_to(machine.home)
-    machine.give_to_user()
+    give_to_user(machine.root)
     assert "marrowvan: " not in machine.run("--help").said
-    assert theirs.exists() and names(machine.cache) == []
+    assert program.exists() and names(machine.cache) == []
 
 
 @pytest.mark.skipif(os.getuid() != 0, reason="only root can give a folder to another user")
-def test_what_others_left_stays(machine):
-    theirs = machine.cache / "marrowvane/run-theirs"
-    theirs.mkdir(parents=True)
-    machine.give_to_user()
-    os.chown(theirs, 0, 0)
-    theirs.chmod(0o777)
-    assert "marrowvan: " not in machine.run("--help").said and names(theirs.parent) == ["run-theirs"]
+def test_folders_of_another_user_stay(machine):
+    run, temporary = machine.cache / "marrowvane/run-theirs", machine.temp / "theirs"
+    lose_run(machine, temporary)
+    for folder in (run, temporary):
+        folder.mkdir()
+        (folder / "file").touch()
+    give_to_user(machine.root)
+    for folder in (run, temporary):
+        os.chown(folder, 0, 0)
+        folder.chmod(0o777)
+    assert "marrowvan: " not in machine.run("--help").said
+    assert names(run) == names(temporary) == ["file"] and names(run.parent) == ["run-theirs"]
 
 
-@pytest.mark.parametrize("lacks, status, said", [
-    row("a home", {"HOME": ""}, 1, "marrowvan: neither HOME nor XDG_CACHE_HOME is set\n"),
-    row("a home, but has a cache", {"HOME": "", "XDG_CACHE_HOME": "."}, 0, "Usage"),
-    row("a temporary folder", {"TMPDIR": "/none"}, 1, "marrowvan: there is no temporary folder"),
-    row("a cache", {"XDG_CACHE_HOME": "/proc"}, 1, "marrowvan: no folder for the run could be made"),
+@pytest.mark.parametrize("environment, status, said", [
+    case("no home", {"HOME": ""}, 1, "marrowvan: neither HOME nor XDG_CACHE_HOME is set\n"),
+    case("no home, but a relative cache folder", {"HOME": "", "XDG_CACHE_HOME": "."}, 0, "Usage"),
+    case("missing temporary folder", {"TMPDIR": "/none"}, 1, "marrowvan: there is no temporary folder"),
+    case("read-only temporary folder", {"TMPDIR": "/proc"}, 1, "marrowvan: cannot create the folders for"),
+    case("read-only cache folder", {"XDG_CACHE_HOME": "/proc"}, 1, "marrowvan: cannot create a folder in"),
 ])
-def test_a_machine_that_lacks_something(machine, lacks, status, said):
-    ended = machine.run("--help", env=lacks)
+def test_environment(machine, environment, status, said):
+    ended = machine.run("--help", env=environment)
     assert ended.status == status and said in ended.said
 
 
-def test_a_start_from_the_menu_asks_and_tells_in_boxes(machine):
+def test_start_from_the_menu_asks_and_reports_in_boxes(machine):
     machine.set_tool("zenity", ZENITY)
     machine.set_tool("mkisofs", "kill -KILL $PPID")
     assert machine.run("--dir", "game", "--cdi", "game.cdi", env={"DISPLAY": ":0"}).status == 137
