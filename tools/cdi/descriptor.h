@@ -42,12 +42,7 @@ inline constexpr std::size_t SizeBeforeName = 17;
 inline constexpr Field TracksOnDisc{15, 1};
 inline constexpr Field NameLength{16, 1};
 inline constexpr std::size_t LongestName = 255;  ///< in bytes
-inline constexpr FieldValue ConstantsBeforeName[] = {
-    {{0, 4}, 0x0000FFFF},
-    {{4, 4}, 1},
-    {{8, 4}, 0xFFFFFFFF},
-    {TracksOnDisc, 2},
-};
+inline constexpr FieldValue Mark[] = {{{0, 4}, 0x0000FFFF}, {{4, 4}, 1}, {{8, 4}, 0xFFFFFFFF}};
 
 inline constexpr std::size_t SizeAfterName = 31;
 inline constexpr std::size_t ShortSizeAfterName = 23;  ///< without the mark

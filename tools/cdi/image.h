@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <vector>
@@ -23,6 +24,11 @@ struct Source {
 /// The source is not an image of this format.
 struct FormatError : std::runtime_error {
   using std::runtime_error::runtime_error;
+};
+
+/// The descriptor has a version that is not known.
+struct UnknownVersion : FormatError {
+  using FormatError::FormatError;
 };
 
 /// The source does not end like an image.
@@ -56,7 +62,10 @@ struct Image {
   std::uint32_t version;
   std::uint32_t sessions;  ///< without open sessions, which have no track yet
   std::uint64_t descriptorOffset;
-  std::uint64_t tracksEnd;  ///< the end of the last track by the lengths of all tracks
+  std::uint64_t bytesAfter;                   ///< the descriptor, which the file should end with
+  std::optional<std::uint64_t> unusualValue;  ///< offset of the first value that no known program writes
+  bool hasOtherIndexesOrCdText;               ///< a track has CD-Text, or not two index lengths
+  std::uint64_t tracksEnd;                    ///< the end of the last track by the lengths of all tracks
   std::vector<Track> tracks;
 
   /// Returns the tracks of the last session.
@@ -65,11 +74,14 @@ struct Image {
   /// Returns `length` bytes of user data from sector `lba` on, 2048 of each sector, from any data tracks.
   /// Throws `OutsideTracks`.
   std::vector<std::byte> UserData(std::int64_t lba, std::size_t length) const;
+
+  /// Returns true if all sectors from LBA `first` up to `end` are in data tracks.
+  bool AreInDataTracks(std::int64_t first, std::int64_t end) const;
 };
 
-/// Reads the descriptor of an image of version 2, 3 or 3.5. Accepts numbers that contradict each other.
-/// Throws `NoDescriptor` if the source does not end like an image, `FormatError` if the descriptor is
-/// damaged.
+/// Reads the descriptor of an image of version 2, 3 or 3.5. Accepts numbers that contradict each other, and
+/// bytes after the descriptor. Throws `UnknownVersion` or `NoDescriptor` if there is no such descriptor at
+/// the end, and `FormatError` if the descriptor is damaged.
 Image ParseImage(const Source& source);
 
 }  // namespace cdi

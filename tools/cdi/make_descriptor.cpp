@@ -36,7 +36,7 @@ void AddSessionBlock(Bytes& to, std::uint32_t trackCount) {
 
 void AddHeader(Bytes& to, const std::string& fileName) {
   using namespace header;
-  AddBlock(to, SizeBeforeName, ConstantsBeforeName, {{NameLength, fileName.size()}});
+  AddBlock(to, SizeBeforeName, Mark, {{TracksOnDisc, 2}, {NameLength, fileName.size()}});
   AddText(to, fileName);
   AddBlock(to, SizeAfterName, ConstantsAfterName, {});
 }

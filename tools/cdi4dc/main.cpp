@@ -38,12 +38,16 @@ std::uint32_t SectorCount(const tools::InputFile& iso) {
   return static_cast<std::uint32_t>(count);
 }
 
-/// Returns the number of sectors that the volume descriptor states, once in each byte order; 0 if the two
-/// differ.
-std::uint32_t VolumeSize(std::span<const std::byte> descriptor) {
-  const auto both = disc::ReadText(descriptor, volume_descriptor::VolumeSizeInBothOrders);
-  const bool agree = std::equal(both.begin(), both.end(), both.rbegin());
-  return agree ? disc::ReadNumber(descriptor, volume_descriptor::VolumeSize) : 0;
+/// Returns true if the volume was made for another sector of the disc than the data track starts at: its root
+/// folder is not at its own address. A volume that does not state one address is accepted.
+bool IsOfAnotherAddress(const tools::InputFile& iso, std::span<const std::byte> descriptor,
+                        std::uint32_t sectors) {
+  const auto root = disc::ReadBothOrders(descriptor, volume_descriptor::RootSector);
+  if (!root || *root == 0) return false;
+  if (*root < cdi::DataTrackStart || *root - cdi::DataTrackStart >= sectors) return true;
+  std::vector<std::byte> folder(cdi::UserDataSize);
+  iso.ReadAt(std::uint64_t{*root - cdi::DataTrackStart} * cdi::UserDataSize, folder);
+  return !disc::iso9660::IsStartOfFolder(folder, *root);
 }
 
 /// Returns the volume name of an ISO image with this number of sectors. It must contain its whole volume: a
@@ -54,9 +58,15 @@ std::string VolumeName(const tools::InputFile& iso, std::uint32_t sectors) {
   if (disc::ReadText(descriptor, volume_descriptor::Identifier) != volume_descriptor::StandardIdentifier) {
     throw tools::FileError(iso.Path(), NoVolume);
   }
-  if (VolumeSize(descriptor) > sectors) {
+  const std::uint32_t volumeSize =
+      disc::ReadBothOrders(descriptor, volume_descriptor::VolumeSize).value_or(0);
+  if (volumeSize > sectors) {
     throw tools::FileError(iso.Path(), "ends after " + std::to_string(sectors) + " of its volume's " +
-                                           std::to_string(VolumeSize(descriptor)) + " sectors");
+                                           std::to_string(volumeSize) + " sectors");
+  }
+  if (IsOfAnotherAddress(iso, descriptor, sectors)) {
+    throw tools::FileError(iso.Path(), "made for another address on the disc. Run mkisofs with -C 0," +
+                                           std::to_string(cdi::DataTrackStart));
   }
   return std::string(disc::ReadText(descriptor, volume_descriptor::VolumeName));
 }

@@ -41,13 +41,13 @@ BootTrack FindBootTrack(const cdi::Image& image) {
   BootTrack found;
   if (track == session.end()) {
     const bool sizesAreKnown = std::ranges::all_of(session, &cdi::Track::sectorSize);
-    if (sizesAreKnown) found.problems.push_back(Describe(problems::NoDataTrack));
+    if (sizesAreKnown) found.problems.push_back(Describe("no-data-track"));
     return found;
   }
   found.start = track->lba;
   if (session.front().mode == cdi::track_block::Audio)
-    found.problems.push_back(Describe(problems::AudioFirst));
-  if (track->mode != cdi::track_block::Mode2) found.problems.push_back(Describe(problems::OtherMode));
+    found.problems.push_back(Describe("audio-track-first"));
+  if (track->mode != cdi::track_block::Mode2) found.problems.push_back(Describe("wrong-mode"));
   return found;
 }
 
@@ -57,20 +57,25 @@ void Append(std::vector<Problem>& problems, const std::vector<Problem>& found) {
 
 }  // namespace
 
-Report Check(const cdi::Source& source) {
+Report Check(const cdi::Source& source, const SectorsVerified& verified) {
   Report report;
   try {
     report.image = cdi::ParseImage(source);
+  } catch (const cdi::UnknownVersion& error) {
+    if (!StartsLikeAnImage(source)) throw;
+    report.problems.push_back(Describe("unknown-version", {error.what()}));
+    return report;
   } catch (const cdi::NoDescriptor&) {
     if (!StartsLikeAnImage(source)) throw;
-    report.problems.push_back(Describe(problems::Truncated));
+    report.problems.push_back(Describe("truncated"));
     return report;
   }
   const cdi::Image& image = *report.image;
   Append(report.problems, CheckLayout(image));
   const BootTrack track = FindBootTrack(image);
   Append(report.problems, track.problems);
-  Append(report.problems, CheckSectors(image));
+  const Sectors sectors = CheckSectors(image, verified);
+  Append(report.problems, sectors.problems);
   if (!track.start) return report;
 
   const BootSector bootSector = CheckBootSector(image, *track.start);
@@ -78,17 +83,19 @@ Report Check(const cdi::Source& source) {
   Append(report.problems, bootSector.problems);
   try {
     report.volume = ReadVolume(image, *track.start);
-  } catch (const cdi::OutsideTracks& error) {
-    report.problems.push_back(
-        Describe(problems::VolumeElsewhere, {error.what(), std::to_string(*track.start)}));
+  } catch (const WrongAddress& error) {
+    // A track at sector 0 has no other sessions before it, so the option would not help.
+    report.problems.push_back(*track.start == 0 ? Describe("no-volume", {error.what()})
+                                                : Describe("wrong-address", {std::to_string(*track.start)}));
     return report;
   } catch (const cdi::FormatError& error) {
-    report.problems.push_back(Describe(problems::VolumeUnreadable, {error.what()}));
+    report.problems.push_back(Describe("no-volume", {error.what()}));
     return report;
   }
   if (const auto& folder = report.volume->unreadable) {
-    report.problems.push_back(Describe(problems::FolderUnreadable, {folder->path, folder->reason}));
+    report.problems.push_back(Describe("folder-unreadable", {folder->path, folder->reason}));
   }
+  Append(report.problems, CheckFiles(image, *report.volume, bootSector.bootFile, sectors.empty));
   if (!bootSector.header.empty()) {
     Append(report.problems, CheckBootFile(image, *report.volume, bootSector.bootFile));
   }

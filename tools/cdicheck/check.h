@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,8 +15,9 @@ namespace cdicheck {
 enum class Severity { Error, Warning };
 
 struct Problem {
+  std::string id;
   Severity severity;  ///< an error keeps the disc from booting
-  std::string text;   ///< one sentence on what is wrong, one on what to do
+  std::string text;   ///< says what is wrong and what to do
 };
 
 /// A field of the boot header as text.
@@ -30,7 +34,11 @@ struct Report {
   std::vector<Problem> problems;
 };
 
-/// Checks an image, however damaged it is. Throws `cdi::FormatError` if it is not an image at all.
-Report Check(const cdi::Source& source);
+/// Receives the number of sectors that were just verified, and the number of all sectors to verify. Two
+/// threads call it at once.
+using SectorsVerified = std::function<void(std::size_t count, std::uint64_t total)>;
+
+/// Checks an image, even a damaged one. Throws `cdi::FormatError` if it is not an image at all.
+Report Check(const cdi::Source& source, const SectorsVerified& verified = {});
 
 }  // namespace cdicheck

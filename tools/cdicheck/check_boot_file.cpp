@@ -51,42 +51,44 @@ int AddressShare(std::span<const std::byte> program) {
 }
 
 std::optional<Problem> CheckProgram(std::span<const std::byte> stored) {
-  if (disc::ReadText(stored, {0, stored.size()}).starts_with(ElfMagic)) return Describe(problems::ElfFile);
+  if (disc::ReadText(stored, {0, stored.size()}).starts_with(ElfMagic)) return Describe("elf-file");
   if (stored.size() < ShortestProgram) return std::nullopt;
   std::vector<std::byte> plain(stored.size());
   scramble::Unscramble(stored, plain);
   const int plainShare = AddressShare(plain);
   const int storedShare = AddressShare(stored);
-  if (std::max(plainShare, storedShare) < ProgramShare) return Describe(problems::NoProgram);
-  return storedShare > plainShare ? std::optional(Describe(problems::NotScrambled)) : std::nullopt;
+  if (std::max(plainShare, storedShare) < ProgramShare) return Describe("not-a-program");
+  return storedShare > plainShare ? std::optional(Describe("not-scrambled")) : std::nullopt;
 }
 
 /// Describes a boot file that is not in the root.
 Problem DescribeMissing(const std::vector<FileEntry>& files, const std::string& name) {
   const auto elsewhere =
       std::ranges::find_if(files, [&](const FileEntry& entry) { return entry.path.ends_with("/" + name); });
-  return elsewhere == files.end() ? Describe(problems::NoBootFile, {name})
-                                  : Describe(problems::BootFileInFolder, {name, elsewhere->path});
+  return elsewhere == files.end() ? Describe("no-boot-file", {name})
+                                  : Describe("boot-file-in-folder", {name, elsewhere->path});
 }
 
 }  // namespace
 
 std::vector<Problem> CheckBootFile(const cdi::Image& image, const Volume& volume, const std::string& name) {
+  if (name.empty()) return {Describe("no-boot-file-name")};
+  if (name.find_first_of("/\\") != std::string::npos) return {Describe("boot-file-path", {name})};
   const auto file = std::ranges::find(volume.files, name, &FileEntry::path);
   if (file == volume.files.end()) return {DescribeMissing(volume.files, name)};
   std::vector<Problem> found;
-  if (!file->hasVersion) found.push_back(Describe(problems::NoFileVersion));
+  if (!file->hasVersion) found.push_back(Describe("no-file-version"));
   if (file->size > LargestBootFile) {
     found.push_back(
-        Describe(problems::BootFileTooLarge, {std::to_string(file->size), std::to_string(LargestBootFile)}));
+        Describe("boot-file-too-large", {std::to_string(file->size), std::to_string(LargestBootFile)}));
   } else if (file->size == 0) {
-    found.push_back(Describe(problems::BootFileEmpty));
+    found.push_back(Describe("boot-file-empty"));
   } else {
     try {
       const auto problem = CheckProgram(image.UserData(file->lba, file->size));
       if (problem) found.push_back(*problem);
     } catch (const cdi::FormatError&) {
-      found.push_back(Describe(problems::BootFileOutside));
+      found.push_back(Describe("boot-file-outside"));
     }
   }
   return found;

@@ -50,12 +50,39 @@ std::string CheckValueOf(std::string_view text) {
   return digits.data();
 }
 
+/// Returns true if each area letter is at its place, and at least one is present.
+bool HasRightAreas(std::string_view areas) {
+  constexpr std::string_view letters = "JUE";
+  std::size_t found = 0;
+  for (std::size_t i = 0; i < areas.size(); ++i) {
+    if (letters.find(areas[i]) == std::string_view::npos) continue;
+    if (i >= letters.size() || areas[i] != letters[i]) return false;
+    ++found;
+  }
+  return found > 0;
+}
+
+std::vector<Problem> CheckHeader(std::span<const std::byte> bootSector) {
+  std::vector<Problem> found;
+  const std::string_view hardware = disc::ReadText(bootSector, HardwareIdAndMaker);
+  if (hardware != UsualHardwareIdAndMaker) {
+    found.push_back(
+        Describe("other-hardware-name", {std::string(hardware), std::string(UsualHardwareIdAndMaker)}));
+  }
+  const std::string_view areas = disc::ReadText(bootSector, Areas);
+  if (!HasRightAreas(areas)) found.push_back(Describe("wrong-areas", {disc::TrimEnd(areas, Padding)}));
+  const std::string value(disc::ReadText(bootSector, CheckValue));
+  const std::string expected = CheckValueOf(disc::ReadText(bootSector, CheckedText));
+  if (value != expected) found.push_back(Describe("wrong-check-value", {value, expected}));
+  return found;
+}
+
 std::optional<Problem> CheckBody(std::span<const std::byte> bootSector) {
   const auto isZero = [](std::byte byte) { return byte == std::byte{0}; };
-  if (std::ranges::all_of(bootSector.subspan(BodyOffset), isZero)) return Describe(problems::HeaderOnly);
+  if (std::ranges::all_of(bootSector.subspan(BodyOffset), isZero)) return Describe("header-only");
   const bool hasCode = disc::ReadNumber(bootSector, {StartOffset, 4}) != 0 &&
                        disc::ReadNumber(bootSector, {StartOffset, 2}) != 0xFFFF;
-  return hasCode ? std::nullopt : std::optional(Describe(problems::NoStartCode));
+  return hasCode ? std::nullopt : std::optional(Describe("no-start-code"));
 }
 
 }  // namespace
@@ -66,20 +93,17 @@ BootSector CheckBootSector(const cdi::Image& image, std::int64_t start) {
   try {
     bytes = image.UserData(start, BootSectorSize);
   } catch (const cdi::FormatError&) {
-    found.problems.push_back(Describe(problems::NoBootSector));
+    found.problems.push_back(Describe("no-boot-sector"));
     return found;
   }
   if (!disc::ReadText(bytes, HardwareId).starts_with(DreamcastId)) {
-    found.problems.push_back(Describe(problems::NoBootHeader));
+    found.problems.push_back(Describe("no-boot-header"));
     return found;
   }
   const auto shown = [&](disc::Field field) { return disc::TrimEnd(disc::ReadText(bytes, field), Padding); };
   for (const auto& [name, field] : ShownFields) found.header.push_back({name, shown(field)});
   found.bootFile = shown(BootFileName);
-
-  const std::string value(disc::ReadText(bytes, CheckValue));
-  const std::string expected = CheckValueOf(disc::ReadText(bytes, CheckedText));
-  if (value != expected) found.problems.push_back(Describe(problems::WrongCheckValue, {value, expected}));
+  found.problems = CheckHeader(bytes);
   if (const auto problem = CheckBody(bytes)) found.problems.push_back(*problem);
   return found;
 }

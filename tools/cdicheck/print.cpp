@@ -118,7 +118,7 @@ void Print(const Report& report, std::ostream& out) {
   }
   if (report.problems.empty()) out << "No problems found.\n";
   for (const Problem& problem : report.problems) {
-    out << SeverityName(problem.severity) << ": " << Visible(problem.text) << '\n';
+    out << SeverityName(problem.severity) << ": " << Visible(problem.text) << " [" << problem.id << "]\n";
   }
 }
 
@@ -138,7 +138,8 @@ void PrintJson(const Report& report, std::ostream& out) {
   for (const HeaderField& field : report.bootHeader) all["bootHeader"][field.name] = Utf8(field.text);
   if (report.volume) all["volume"] = Utf8(report.volume->name);
   for (const Problem& problem : report.problems) {
-    all["problems"].push_back({{"severity", SeverityName(problem.severity)}, {"text", Utf8(problem.text)}});
+    all["problems"].push_back(
+        {{"id", problem.id}, {"severity", SeverityName(problem.severity)}, {"text", Utf8(problem.text)}});
   }
 
   out << "{\n  \"files\": [";  // one by one, because there can be many

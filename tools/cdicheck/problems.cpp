@@ -6,8 +6,8 @@
 
 namespace cdicheck {
 
-Problem Describe(const Sentence& sentence, std::initializer_list<std::string> findings) {
-  Problem problem{sentence.severity, sentence.text};
+Problem Describe(KnownKind known, std::initializer_list<std::string> findings) {
+  Problem problem{known.kind->id, known.kind->severity, known.kind->text};
   std::size_t at = 0;
   for (const std::string& finding : findings) {
     at = problem.text.find("{}", at);

@@ -78,6 +78,17 @@ void ForEachRecord(const cdi::Image& image, const Record& folder, std::uint32_t&
   }
 }
 
+/// Returns true if no data track has a folder at its own address `lba`. A sector that is missing in the file
+/// does not count.
+bool IsOfAnotherAddress(const cdi::Image& image, std::uint32_t lba) {
+  const bool isOnDisc = std::ranges::any_of(image.tracks, [&](const cdi::Track& track) {
+    return track.IsData() && lba >= track.lba && lba < track.lba + static_cast<std::int64_t>(track.length);
+  });
+  if (!isOnDisc) return true;
+  return image.AreInDataTracks(lba, std::int64_t{lba} + 1) &&
+         !disc::iso9660::IsStartOfFolder(image.UserData(lba, cdi::UserDataSize), lba);
+}
+
 bool IsSelfOrParent(const Record& record) {
   return record.name.size() == 1 && (record.name[0] == '\0' || record.name[0] == '\1');
 }
@@ -88,10 +99,19 @@ Volume ReadVolume(const cdi::Image& image, std::int64_t start) {
   const std::vector<std::byte> descriptor =
       image.UserData(start + volume_descriptor::Sector, cdi::UserDataSize);
   if (disc::ReadText(descriptor, volume_descriptor::Identifier) != volume_descriptor::StandardIdentifier) {
-    throw cdi::FormatError("the data track holds no ISO 9660 volume");
+    throw cdi::FormatError("the data track has no ISO 9660 volume");
+  }
+  const std::uint32_t type = disc::ReadNumber(descriptor, volume_descriptor::Type);
+  if (type != volume_descriptor::Primary) {
+    throw cdi::FormatError("the volume descriptor at sector 16 has type " + std::to_string(type) +
+                           " instead of 1 (primary)");
+  }
+  if (!disc::ReadBothOrders(descriptor, volume_descriptor::RootSector)) {
+    throw cdi::FormatError("the two copies of the root folder's address contradict each other");
   }
   constexpr disc::Field rootRecord = volume_descriptor::RootRecord;
   const Record root = ReadRecord(std::span(descriptor).subspan(rootRecord.offset, rootRecord.width));
+  if (IsOfAnotherAddress(image, root.lba)) throw WrongAddress("the root folder is not at its address");
   Volume volume{.name = TextOf(descriptor, volume_descriptor::VolumeName), .files = {}, .unreadable = {}};
   struct Folder {
     std::string path;
@@ -105,7 +125,7 @@ Volume ReadVolume(const cdi::Image& image, std::int64_t start) {
     const Folder folder = std::move(folders.back());
     folders.pop_back();
     const auto addRecord = [&](const Record& record) {
-      if (++count > MostFiles) throw TooLarge("the volume holds more files than a disc can");
+      if (++count > MostFiles) throw TooLarge("the volume has more files than a disc can have");
       if (IsSelfOrParent(record)) return;
       std::string path = folder.path + record.name;
       pathLengths += path.size();

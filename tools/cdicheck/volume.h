@@ -28,9 +28,14 @@ struct Volume {
   std::optional<UnreadableFolder> unreadable;  ///< the first one; its files are missing in `files`
 };
 
+/// The volume was made for another address on the disc.
+struct WrongAddress : cdi::FormatError {
+  using FormatError::FormatError;
+};
+
 /// Reads the volume of the track that begins at LBA `start`. Its extents are absolute and can be in other
-/// data tracks. Throws `cdi::OutsideTracks` if its descriptor or its root is not in a data track, and
-/// `cdi::FormatError` if there is no volume, if its root is damaged, or if it is larger than any disc.
+/// data tracks. Throws `WrongAddress`, and `cdi::FormatError` if there is no volume, if its root is damaged,
+/// or if it is larger than any disc.
 Volume ReadVolume(const cdi::Image& image, std::int64_t start);
 
 }  // namespace cdicheck

@@ -38,8 +38,10 @@ static_assert([] {
   return end == BodyOffset;
 }());
 
-/// The start of every hardware id of the console.
+/// The start of every hardware id of the console, and the usual text of the first two fields.
 inline constexpr std::string_view DreamcastId = "SEGA SEGAKATANA";
+inline constexpr Field HardwareIdAndMaker{HardwareId.offset, HardwareId.width + Maker.width};
+inline constexpr std::string_view UsualHardwareIdAndMaker = "SEGA SEGAKATANA SEGA ENTERPRISES";
 
 /// `DeviceInfo` begins with a check value of `ProductNumber` and `Version`, in hexadecimal digits.
 inline constexpr Field CheckValue{DeviceInfo.offset, 4};

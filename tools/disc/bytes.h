@@ -1,7 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -22,6 +24,14 @@ inline std::uint32_t ReadNumber(std::span<const std::byte> block, Field field) {
     number = number << 8 | static_cast<std::uint32_t>(block[field.offset + i]);
   }
   return number;
+}
+
+/// Returns the number that a field of eight bytes contains twice, lowest and highest byte first (ECMA-119,
+/// 7.3.3), or nothing if the two differ.
+inline std::optional<std::uint32_t> ReadBothOrders(std::span<const std::byte> block, Field field) {
+  const auto both = block.subspan(field.offset, field.width);
+  if (!std::equal(both.begin(), both.end(), both.rbegin())) return std::nullopt;
+  return ReadNumber(block, {field.offset, field.width / 2});
 }
 
 /// Writes a number to a field of at most eight bytes, lowest byte first.

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "disc/bytes.h"
@@ -14,12 +15,14 @@ inline constexpr std::size_t SectorSize = 2048;  ///< in bytes
 /// The primary volume descriptor (8.4), one sector.
 namespace volume_descriptor {
 inline constexpr std::uint32_t Sector = 16;  ///< of the volume; the sectors before are free for a boot sector
+inline constexpr Field Type{0, 1};
+inline constexpr std::uint32_t Primary = 1;
 inline constexpr Field Identifier{1, 5};
 inline constexpr std::string_view StandardIdentifier = "CD001";
 inline constexpr Field VolumeName{40, 32};
-inline constexpr Field VolumeSize{80, 4};              ///< in sectors
-inline constexpr Field VolumeSizeInBothOrders{80, 8};  ///< and once more, highest byte first
+inline constexpr Field VolumeSize{80, 8};  ///< in sectors, in both byte orders
 inline constexpr Field RootRecord{156, 34};
+inline constexpr Field RootSector{RootRecord.offset + 2, 8};  ///< an LBA, in both byte orders
 }  // namespace volume_descriptor
 
 /// The record of a file or folder in its folder (9.1), with the name at the end.
@@ -32,5 +35,13 @@ inline constexpr std::uint32_t FolderFlag = 2;
 inline constexpr Field NameLength{32, 1};
 inline constexpr std::size_t NameOffset = 33;
 }  // namespace folder_record
+
+/// Returns true if `sector` is the first one of the folder at LBA `lba`: its record of itself says so
+/// (6.8.2.2).
+inline bool IsStartOfFolder(std::span<const std::byte> sector, std::uint32_t lba) {
+  using namespace folder_record;
+  return ReadNumber(sector, FirstSector) == lba && ReadNumber(sector, NameLength) == 1 &&
+         ReadNumber(sector, {NameOffset, 1}) == 0 && (ReadNumber(sector, Flags) & FolderFlag) != 0;
+}
 
 }  // namespace disc::iso9660
