@@ -190,14 +190,14 @@ def small_images():
     def data(sector_size=2048, start=DataStart, **how):
         return make_track(make_iso(files, start), sector_size, start=start, pregap=0, **how)
 
-    def image(*last, first=(_audio(0),), behind=(), **how):
+    def image(*last, first=(_audio(301),), behind=(), **how):
         return b"".join(lay_out([first, last, *behind], b"small.cdi", b"TEST", **how).values())
 
     forms = {20: b"\1\0\x09\0", 21: b"\0\0\x20\0", 22: b"\0\0\x28\0"}
     of_forms = make_track(make_iso(files | {b"LAST.BIN;1": b"\7" * 4096}), subheaders=forms, pregap=0)
     of_forms = of_forms._replace(parts=of_forms.parts | {"sector 22: EDC": bytes(4)})
-    boot_session = make_track(make_iso(files, files_at=20), 2048, pregap=0)
-    both, last = [_audio(0), _audio(1)], _audio(DataStart + 21)
+    boot_session = make_track(make_iso(files, files_at=301), 2048, pregap=0)
+    both, last = [_audio(300), _audio(301)], _audio(DataStart + 21)
     versions = {f"version-{v}": image(data(), last, first=both, version=v) for v in Versions}
     short = {f"version-{v}-short-headers": image(data(), version=v, short_headers=True) for v in ("2", "3.5")}
     sizes = {f"sectors-of-{size}": image(data(size)) for size in (2336, 2352, 2368, 2448)}
@@ -207,6 +207,6 @@ def small_images():
         "pregap-of-3": image(data()._replace(pregap=3)),
         "cd-text": image(data()._replace(index_lengths=4, texts=2), cd_text=b"Text" * 9),
         "open-disc": image(data(), behind=[[]]),
-        "data-on-both-sessions": image(boot_session, first=[data(2336, start=0)]),
+        "data-on-both-sessions": image(boot_session, first=[data(2336, start=281)]),
         "audio-track-first": image(_audio(DataStart), data(start=DataStart + 1)),
     }

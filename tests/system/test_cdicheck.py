@@ -2,6 +2,7 @@
 
 import json
 import os
+import pty
 import re
 import subprocess
 import sys
@@ -70,42 +71,51 @@ ManyFiles = (make_record(b"F", 0, 0) * 60).ljust(2048, b"\0") * 1667
 Deep = patch(Nested[19], 10, pack("<I", len(ManyFiles)))
 Whole, End = image(), DataOffset + 22 * 2336
 Kinds = {"Mode 1": {"mode": 1}, "Form 1": {}, "Form 2": {"subheaders": {2: b"\0\0\x20\0"}}}
-FirstTracks = {f"{kind} of {size}": make_track(bytes(3 * 2048), size, start=0, **how)
+FirstTracks = {f"{kind} of {size}": make_track(bytes(3 * 2048), size, start=299, **how)
                for kind, how in Kinds.items() for size in (2352, 2448)}
 Layouts, Corpus = small_images(), sorted(Path(__file__).parents[2].glob("fuzz/corpus/*.cdi"))
-NoTrack, MarkedAsForm2 = Silence._replace(parts={}, pregap=0), ("sector 21: subheader", 0, b"\0\0\x28\0" * 2)
+NoTrack = Silence._replace(parts={}, pregap=0, start=11724 + 6900)  # in a third session
+MarkedAsForm2 = ("sector 21: subheader", 0, b"\0\0\x28\0" * 2)
 Many = image(track=make_track(make_iso(Files | {b"MANY.BIN;1": bytes(100 * 2048)})))
 RawTrack, GoodTrack = make_track(make_iso(Files), 2352), make_track(make_iso(Files))
 LastOfForm2 = make_track(make_iso(Files), subheaders={21: b"\0\0\x20\0"})
 WithZeros = make_track(make_iso(Files | {b"LAST.BIN;1": bytes(2048)}))
-Good, NoProgram, NoCode = "No problems", "warning: ... does not look like a program", "no code at offset 0x300"
 ECC = "error correction code"
 Reasons = {"sync": "header", "header": "header", "subheader": "subheader", "user data": "checksum",
            "EDC": "checksum", "zero": ECC, "P parity": ECC, "Q parity": ECC}
-NoFile, Outside = "but no such file", "lies outside the data tracks"
-Damaged, Unversioned = "a folder of the volume is damaged", 'without the version ";1"'
-UnreadableSub, LongPaths = "warning: The folder SUB/ cannot be read ", "the paths of the volume are longer"
-NoTracks, WrongLength = "last session has no data track", "length is not that of its parts"
-NoImage = "cdicheck: a.cdi: no DiscJuggler image: the descriptor "
-NoBlock = NoImage + "ends in the middle of a block"
+Damaged, LongPaths = "a folder of the volume is damaged", "no-volume: the paths of the volume are longer"
 LayoutWords = {
-    "version-2": "version 2, 2 sessions\n ... No problems",
-    "version-old-3": "version 3, ... No problems",
-    "mode-1-of-2048": "data, Mode 1, ... warning: ... not in Mode 2",
-    "mode-1-of-2352": "warning: ... not in Mode 2",
-    "audio-track-first": "warning: ... audio track",
+    "mode-1-of-2048": "wrong-mode",
+    "mode-1-of-2352": "wrong-mode",
+    "audio-track-first": "audio-track-first",
+    "cd-text": "cd-text",
 }
+# All others are errors.
+WARNINGS = """wrong-session-gap one-session disc-too-long descriptor-value cd-text audio-track-first wrong-mode
+    other-hardware-name wrong-areas wrong-check-value folder-unreadable files-outside-tracks hole
+    not-a-program""".split()
 
 
 def wrong(part, lba=11723):
-    return f"1 sector has a wrong ... at LBA {lba} ({Reasons[part]}):"
+    return f"damaged-sectors: 1, the first one at LBA {lba} ({Reasons[part]})"
 
 
-# The words of the report on each image. "&" separates those of several problems.
+def at_end_of_disc(last_lba):
+    start = last_lba - 21
+    return image(first=Silence._replace(start=start - 11702),
+                 track=make_track(make_iso(Files, start), start=start))
+
+
+def third_session(start):
+    return image(last=[[make_track(make_iso(Files, start), start=start)]])
+
+
+# The problems of each image: identifiers, some with words of the report. "&" separates problems.
 CASES = {
-    **{f"layout {layout}": (LayoutWords.get(layout, Good), small) for layout, small in Layouts.items()},
-    **{f"good track of {kind}": (Good, image(first=track)) for kind, track in FirstTracks.items()},
-    **{f"wrong {part} in {kind}": (wrong(part, 2), image((name, 2, b"!"), first=FirstTracks[kind + " of 2352"]))
+    **{f"layout {layout}": (LayoutWords.get(layout, ""), small) for layout, small in Layouts.items()},
+    **{f"good track of {kind}": ("", image(first=track)) for kind, track in FirstTracks.items()},
+    **{f"wrong {part} in {kind}":
+       (wrong(part, 301), image((name, 2, b"!"), first=FirstTracks[kind + " of 2352"]))
        for kind in Kinds for part in Reasons for name in [f"session 1, track 1: sector 2: {part}"]
        if f"sector 2: {part}" in FirstTracks[kind + " of 2352"].parts},
     "header of another mode": (wrong("header"), image(("sector 21: header", 3, b"\1"), track=RawTrack)),
@@ -116,106 +126,187 @@ CASES = {
         ("sector 21: EDC", 0, bytes(4)), ("sector 21: subheader", 7, b"!"), track=LastOfForm2)),
     "wrong EDC in the parity": (wrong("EDC"), image(track=with_wrong("EDC", GoodTrack, "sector 21: "))),
     **{f"wrong {part} of Mode 1 in the parity":
-       (wrong(part, 2), image(first=with_wrong(part, FirstTracks["Mode 1 of 2352"], "sector 2: ")))
+       (wrong(part, 301), image(first=with_wrong(part, FirstTracks["Mode 1 of 2352"], "sector 2: ")))
        for part in ("EDC", "zero")},
-    "empty sector of Form 2 without an EDC": (Good, image(
+    "empty sector of Form 2 without an EDC": ("", image(
         ("sector 21: user data", 0, bytes(2324)), ("sector 21: EDC", 0, bytes(4)), track=LastOfForm2)),
-    "mode 3": ("unknown, ... warning: ... not in Mode 2", image(track=make_track(make_iso(Files), mode=3))),
-    "100 damaged sectors": ("100 sectors have ... first one at LBA 11724 (subheader):",
+    "mode 3": ("wrong-mode & descriptor-value", image(track=make_track(make_iso(Files), mode=3))),
+    "100 damaged sectors": ("damaged-sectors: 100, the first one at LBA 11724 (subheader)",
                             patch(Many, End, (b"\xff" + bytes(2335)) * 100)),
     "damaged sectors in two tracks, the later one first": (
-        f"2 sectors have ... first one at LBA 11722 ({ECC}):",
+        f"damaged-sectors: 2, the first one at LBA 11722 ({ECC}) & wrong-session-gap",
         image(("session 1, track 1: sector 2: EDC", 0, b"!"), ("sector 20: P parity", 0, b"!"),
               first=make_track(bytes(3 * 2048), start=20000))),
     "damaged sector without a track to boot from": (
-        f"{NoTracks} & {wrong('EDC')}", image(("sector 21: EDC", 0, b"!"), last=[[NoTrack]])),
-    "sector 360000, the last of a disc": (Good, disc(start=360000 - 22)),
-    "sector 360001": ("warning: The disc has 360001 sectors, but", image(first=Silence._replace(start=359699))),
-    "boot sector without a hardware id": ("no boot header. Remove IP.BIN from", disc(change=(0, b"X"))),
-    "boot sector with a wrong check value": ("warning: ... is \\x9B{}9, but ... version make it 0FC8",
-                                             disc(change=(32, b"\x9b{}9".ljust(32) + b"T0134"))),
-    "boot sector of zeros after its header": ("without an IP.TMPL", disc(change=(256, bytes(32512)))),
-    "boot sector with code FF FF": (NoCode, disc(change=(0x300, b"\xff\xff"))),
-    "boot sector with code FF 01": (Good, disc(change=(0x300, b"\xff\1"))),
-    "boot sector with code 00 00 00 00": (NoCode, disc(change=(0x300, bytes(32768 - 0x300)))),
-    "boot sector with code 00 00 00 01": (Good, disc(change=(0x300, b"\0\0\0\1"))),
-    "data track of 15 sectors": ("shorter than the boot sector", image(
+        f"no-data-track & {wrong('EDC')}", image(("sector 21: EDC", 0, b"!"), last=[[NoTrack]])),
+    "sector of a file that was never written": (
+        "hole: 1, the first one at LBA 11723", patch(Whole, End - 2336, bytes(2336))),
+    "sector of the boot file that was never written": (
+        "hole-in-boot-file: 1, the first one at LBA 11722 & not-a-program",
+        patch(Whole, End - 2 * 2336, bytes(2336))),
+    "sector after the last file that was never written": (
+        "", patch(image(track=make_track(make_iso(Files) + bytes(2048))), End, bytes(2336))),
+    "sector 359999, the last of a disc": ("", at_end_of_disc(359999)),
+    "sector 360000": ("disc-too-long: 360001 sectors", at_end_of_disc(360000)),
+    "boot sector without a hardware id": ("no-boot-header", disc(change=(0, b"X"))),
+    "hardware id with another last character": ("other-hardware-name", disc(change=(15, b"X"))),
+    "another hardware maker": ("other-hardware-name", disc(change=(16, b"X"))),
+    "one area letter at its place": ("", disc(change=(48, b"  E"))),
+    "no area letter": ("wrong-areas", disc(change=(48, b"   "))),
+    "two area letters in the wrong order": ('wrong-areas: "UJ"', disc(change=(48, b"UJ "))),
+    "area letter at the fourth place": ("wrong-areas", disc(change=(48, b"J  E"))),
+    "boot sector with a wrong check value": (
+        "wrong-check-value: is \\x9B{}9, but ... require 0FC8",
+        disc(change=(32, b"\x9b{}9".ljust(16) + b"JUE".ljust(16) + b"T0134"))),
+    "boot sector of zeros after its header": ("header-only", disc(change=(256, bytes(32512)))),
+    "boot sector with code FF FF": ("no-start-code", disc(change=(0x300, b"\xff\xff"))),
+    "boot sector with code FF 01": ("", disc(change=(0x300, b"\xff\1"))),
+    "boot sector with code 00 00 00 00": ("no-start-code", disc(change=(0x300, bytes(32768 - 0x300)))),
+    "boot sector with code 00 00 00 01": ("", disc(change=(0x300, b"\0\0\0\1"))),
+    "data track of 15 sectors": ("no-boot-sector & wrong-session-gap & wrong-session-gap", image(
         track=make_track(make_iso(Files)[32768:], start=11718), last=[[make_track(bytes(15 * 2048))]])),
-    "volume made for another address": ("mkisofs -C 0,11702", disc(change=(Volume + 158, b"\1\0"))),
-    "data track without a volume": ("no ISO 9660 volume", disc(change=(Volume + 1, b"X"))),
-    "folder with a damaged record": (UnreadableSub + f"({Damaged})", with_folder(make_record(b"D", 7) + b"\1")),
-    "folder before the data track": (UnreadableSub + "(sector 7 lies", disc(change=(Root + 68 + 2, b"\7\0"))),
-    "folder that contains itself": (Good, disc(change=(Root + 68 + 2, pack("<I", 11702 + 18)))),
-    "record that ends after its sector": (Damaged, disc(change=(Root, pack("B33x", 34) * 59 + b"\x2b"))),
-    "record that ends with its sector": (NoFile, disc(change=(Root, pack("B34x", 35) + pack("B32x", 33) * 61))),
-    "record shorter than its fields": (Damaged, disc(change=(Root + 68, b"\x20"))),
-    "record shorter than its name": (Damaged, disc(change=(Root + 68 + 32, b"\4"))),
+    "volume made for address 0": ("wrong-address: use -C 0,11702", image(track=make_track(make_iso(Files, 0)))),
+    "volume made for an address two sectors before": (
+        "wrong-address: use -C 0,11702", image(track=make_track(make_iso(Files, 11700)))),
+    "volume made for another address on a disc that starts at 0": (
+        "no-volume: the root folder is not at its address & one-session",
+        b"".join(lay_out([[make_track(make_iso(Files, 9), start=0)]], b"", b"").values())),
+    "address of the root in two notations that differ": (
+        "no-volume: contradict each other", disc(change=(Volume + 158, b"\1\0"))),
+    "root folder after the end of the file": (
+        "no-volume: sector 11720 is in no data track & tracks-missing",
+        Whole[: DataOffset + 17 * 2336] + Whole[End:]),
+    "volume descriptor of type 2": ("no-volume: has type 2", disc(change=(Volume, b"\2"))),
+    "data track without a volume": ("no-volume: no ISO 9660 volume", disc(change=(Volume + 1, b"X"))),
+    "folder with a damaged record": (
+        f"folder-unreadable: SUB/ cannot be read ({Damaged})", with_folder(make_record(b"D", 7) + b"\1")),
+    "folder before the data track": (
+        "folder-unreadable: SUB/ cannot be read (sector 7 is", disc(change=(Root + 68 + 2, b"\7\0"))),
+    "folder that contains itself": ("", disc(change=(Root + 68 + 2, pack("<I", 11702 + 18)))),
+    "record that ends after its sector": (
+        f"no-volume: {Damaged}", disc(change=(Root + 34, pack("B33x", 34) * 58 + b"\x2b"))),
+    "record that ends with its sector": (
+        "no-boot-file", disc(change=(Root + 34, pack("B33x", 34) + pack("B32x", 33) * 60))),
+    "record shorter than its fields": (f"no-volume: {Damaged}", disc(change=(Root + 68, b"\x20"))),
+    "record shorter than its name": (f"no-volume: {Damaged}", disc(change=(Root + 68 + 32, b"\4"))),
     "path of 5000 characters": (LongPaths, with_folder(b"".join(Nested))),
     "paths of 32 MiB": (LongPaths, with_folder(b"".join([*Nested[:19], Deep, ManyFiles]))),
-    "folders of 400000 sectors": ("larger than a disc", with_folder(Overlapping + bytes(10040 * 2048))),
-    "100020 files": ("more files than a disc can", with_folder(ManyFiles, len(ManyFiles))),
-    "boot file in lower case": ("1st_READ.BIN, " + NoFile, disc(change=(96, b"1st"))),
-    "name of the boot file ends in NUL": (Good, disc(change=(96, b"1ST_READ.BIN" + bytes(4)))),
-    "boot file with half the name of a file": ("TA.TXT, " + NoFile, disc(change=(96, b"TA.TXT      "))),
-    "boot file in a folder": ("lies in a folder (SUB/DATA.TXT)", disc(change=(96, b"DATA.TXT    "))),
-    "hidden boot file": (Good, disc(change=(Root + 104 + 25, b"\1"))),
-    "boot file without a version": (Unversioned, disc({b"1ST_READ.BIN": Files[BootFile]})),
-    "boot file of version 2": (Unversioned, disc({b"1ST_READ.BIN;2": Files[BootFile]})),
-    "boot file of the largest size": (NoProgram, with_boot_file(bytes(0xFF0000))),
-    "boot file one byte larger": ("16711681 bytes, ... room for 16711680", with_boot_file(bytes(0xFF0001))),
-    "boot file of 511 bytes, which is not judged": (Good, with_boot_file(bytes(511))),
-    "boot file of 512 bytes": (NoProgram, with_boot_file(bytes(512))),
-    "boot file of equal slices": (Good, with_boot_file(pack("<H2xI24x", 0xD000, 0x8C010000) * 16)),
-    "empty boot file": ("is empty", with_boot_file(b"")),
-    "boot file that ends after the data track": (Outside, disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
-    "boot file one sector before the data track": (Outside, disc(change=(Root + 104 + 2, pack("<I", 11701)))),
-    "boot file that is not scrambled": ("is not scrambled", with_boot_file(make_program().ljust(65536))),
-    "boot file in ELF": ("ELF file", with_boot_file(b"\x7fELF" + bytes(600))),
-    "program with 12 addresses in 50 loads": (NoProgram, scrambled(make_program(12))),
-    "program with 25 addresses in 99 loads": (Good, scrambled(patch(make_program(13), 0, b"\t"))),
-    "program with one load": (NoProgram, with_boot_file(pack("<2HI504x", 0xD000, 9, 0x8C010000))),
-    "loads of the last word": (Good, scrambled(pack("<2H504xI", 0xD07E, 0xD07E, 0x8C010000))),
-    "loads of half a word at the end": (NoProgram, scrambled(pack("<2H508xH", 0xD07F, 0xD07F, 0x8C01))),
-    "data after the first 64 KiB": (Good, scrambled(bytes(65024) + make_program() + b"\xd0" * 65536)),
+    "folders of 400000 sectors": (
+        "no-volume: larger than a disc", with_folder(Overlapping + bytes(10040 * 2048))),
+    "100020 files": ("no-volume: more files than a disc can", with_folder(ManyFiles, len(ManyFiles))),
+    "file in an audio track": (
+        "files-outside-tracks: 1, the first one is LAST.BIN", disc(change=(Root + 152 + 2, pack("<I", 5)))),
+    "file that ends after the data track": (
+        "files-outside-tracks: 1, the first one is LAST.BIN", disc(change=(Root + 152 + 10, pack("<I", 2049)))),
+    "volume that was cut off": ("files-outside-tracks: 1", image(track=make_track(make_iso(Files)[:-2048]))),
+    "boot file in lower case": ("no-boot-file: names 1st_READ.BIN,", disc(change=(96, b"1st"))),
+    "name of the boot file ends in NUL": ("", disc(change=(96, b"1ST_READ.BIN" + bytes(4)))),
+    "boot file with half the name of a file": ("no-boot-file", disc(change=(96, b"TA.TXT      "))),
+    "no name of a boot file": ("no-boot-file-name", disc(change=(96, b" " * 16))),
+    "boot file with a path": ("boot-file-path: names SUB/DATA.TXT,", disc(change=(96, b"SUB/DATA.TXT"))),
+    "boot file in a folder": ("boot-file-in-folder: (SUB/DATA.TXT)", disc(change=(96, b"DATA.TXT    "))),
+    "hidden boot file": ("", disc(change=(Root + 104 + 25, b"\1"))),
+    "boot file without a version": ("no-file-version", disc({b"1ST_READ.BIN": Files[BootFile]})),
+    "boot file of version 2": ("no-file-version", disc({b"1ST_READ.BIN;2": Files[BootFile]})),
+    "boot file of the largest size": ("not-a-program", with_boot_file(bytes(0xFF0000))),
+    "boot file one byte larger": (
+        "boot-file-too-large: 16711681 bytes, ... room for 16711680", with_boot_file(bytes(0xFF0001))),
+    "boot file of 511 bytes, which is not judged": ("", with_boot_file(bytes(511))),
+    "boot file of 512 bytes": ("not-a-program", with_boot_file(bytes(512))),
+    "boot file of equal slices": ("", with_boot_file(pack("<H2xI24x", 0xD000, 0x8C010000) * 16)),
+    "empty boot file": ("boot-file-empty", with_boot_file(b"")),
+    "boot file that ends after the data track": (
+        "boot-file-outside", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
+    "boot file one sector before the data track": (
+        "boot-file-outside", disc(change=(Root + 104 + 2, pack("<I", 11701)))),
+    "boot file that is not scrambled": ("not-scrambled", with_boot_file(make_program().ljust(65536))),
+    "boot file in ELF": ("elf-file", with_boot_file(b"\x7fELF" + bytes(600))),
+    "program with 12 addresses in 50 loads": ("not-a-program", scrambled(make_program(12))),
+    "program with 25 addresses in 99 loads": ("", scrambled(patch(make_program(13), 0, b"\t"))),
+    "program with one load": ("not-a-program", with_boot_file(pack("<2HI504x", 0xD000, 9, 0x8C010000))),
+    "loads of the last word": ("", scrambled(pack("<2H504xI", 0xD07E, 0xD07E, 0x8C010000))),
+    "loads of half a word at the end": (
+        "not-a-program", scrambled(pack("<2H508xH", 0xD07F, 0xD07F, 0x8C01))),
+    "data after the first 64 KiB": ("", scrambled(bytes(65024) + make_program() + b"\xd0" * 65536)),
     "file cut off": ("truncated", Whole[:-1000]),
-    "file with a sector too many": ("2336 bytes belong to no track", Whole[:End] + bytes(2336) + Whole[End:]),
-    "file with a sector too few": ("too short for the tracks", Whole[: End - 2336] + Whole[End:]),
+    "version 7": ("unknown-version: version 7", Whole[:-8] + pack("<I", 0x80000007) + Whole[-4:]),
+    "5 bytes after the descriptor": ("bytes-after-descriptor: 5 bytes", Whole + bytes(5)),
+    "file with a sector too many": (
+        "bytes-outside-tracks: 2336 bytes", Whole[:End] + bytes(2336) + Whole[End:]),
+    "file with a sector too few": (
+        "tracks-missing & files-outside-tracks", Whole[: End - 2336] + Whole[End:]),
     "index lengths too short, damage after their end": (
-        WrongLength, image(("sector 21: EDC", 0, b"!")).replace(pack("<II", 150, 302), pack("<II", 150, 301))
+        "wrong-track-length & wrong-session-gap & files-outside-tracks",
+        image(("sector 21: EDC", 0, b"!")).replace(pack("<II", 150, 302), pack("<II", 150, 301))
         .replace(pack("<II", 150, 22), pack("<II", 150, 21))),
-    "second total length too short": (WrongLength, image(("fields", 65, pack("<I", 171)))),
-    "sector size of code 5": ("unknown size", image(("fields", 56, b"\5"))),
-    "99 tracks": (NoTracks, image(last=[[NoTrack] * 97])),
-    "100 tracks": (NoImage + "tells of more tracks", image(last=[[NoTrack] * 98])),
-    "open session after a session without data": (NoTracks, image(last=[[NoTrack], []])),
-    "session of audio": ("1 session\n ... no data track", b"".join(lay_out([[Silence]], b"", b"").values())),
-    "two data tracks at one address": (Good, image(first=make_track(bytes(3 * 2048)))),
-    "descriptor of 1 MiB": (Good, with_descriptor_of(1 << 20)),
-    "descriptor of 1 MiB and 1 byte": (NoImage + "lies at no possible", with_descriptor_of((1 << 20) + 1)),
-    "descriptor without a session": (NoBlock, pack("<II", 0x80000005, 0)),
-    "descriptor longer than the file": (NoImage + "is longer than the file", pack("<II", 0x80000006, 9)),
-    "descriptor with 65535 index lengths": (NoBlock, image(("fields", 0, b"\xff\xff"))),
-    "descriptor with 4294967295 CD-Text blocks": (NoBlock, image(("fields", 10, b"\xff" * 4))),
-    "file of 5000 zeros": ("cdicheck: a.cdi: no DiscJuggler image: no version", bytes(5000)),
+    "second total length too short": ("wrong-track-length", image(("fields", 65, pack("<I", 171)))),
+    "sector size of code 5": ("unknown-sector-size", image(("fields", 56, b"\5"))),
+    "data track inside an audio track": (
+        "tracks-overlap: at LBA 11702 & wrong-session-gap", image(first=Silence._replace(start=11402))),
+    "data track one sector after an audio track": (
+        "wrong-session-gap: 0 sectors", image(first=Silence._replace(start=11400))),
+    "11399 sectors between two sessions": (
+        "wrong-session-gap: 11399 sectors are between session 2 ... of 11400",
+        image(first=Silence._replace(start=1))),
+    "6900 sectors before a third session": ("", third_session(11724 + 6900)),
+    "6901 sectors before a third session": (
+        "wrong-session-gap: 6901 ... session 3 ... 6900", third_session(11724 + 6901)),
+    "one session": (
+        "one-session", b"".join(lay_out([[make_track(make_iso(Files, 0), start=0)]], b"", b"").values())),
+    **{f"descriptor with another value: {what}": ("descriptor-value", image((part, at, new)))
+       for what, part, at, new in [
+           ("the zero of a session block", "session block 2", 0, b"\1"),
+           ("the zero of the end mark", "session block 3", 0, b"\1"),
+           ("the mark of a track's header", "session 1, track 1: header", 11, b"\xfe"),
+           ("the mark of the disc's header", "disc block: header", 0, b"\xfe"),
+           ("the mode of the first track", "session 1, track 1: fields", 16, b"\3"),
+           ("the word after the ISRC", "session 1, track 1: fields", 97, b"\xfe")]},
+    "99 tracks": ("no-data-track", image(last=[[NoTrack] * 97])),
+    "100 tracks": ("not-an-image: describes more tracks", image(last=[[NoTrack] * 98])),
+    "open session after a session without data": ("no-data-track", image(last=[[NoTrack], []])),
+    "session of audio": (
+        "no-data-track & one-session", b"".join(lay_out([[Silence]], b"", b"").values())),
+    "two data tracks at one address": ("wrong-session-gap", image(first=make_track(bytes(3 * 2048)))),
+    "descriptor of 1 MiB": ("", with_descriptor_of(1 << 20)),
+    "descriptor of 1 MiB and 1 byte": (
+        "not-an-image: it does not end like an image", with_descriptor_of((1 << 20) + 1)),
+    "descriptor without a session": (
+        "not-an-image: ends in the middle of a block", pack("<II", 0x80000005, 0)),
+    "descriptor longer than the file": (
+        "not-an-image: it does not end like an image", pack("<II", 0x80000006, 9)),
+    "descriptor with 65535 index lengths": ("not-an-image", image(("fields", 0, b"\xff\xff"))),
+    "descriptor with 4294967295 CD-Text blocks": ("not-an-image", image(("fields", 10, b"\xff" * 4))),
+    "file of 5000 zeros": ("not-an-image: it does not end like an image", bytes(5000)),
 }
+
+
+def describes(problem, line):
+    """True if a line of the report is about this problem and contains its words in their order."""
+    id, _, words = problem.partition(": ")
+    severity = "cdicheck" if id == "not-an-image" else "warning" if id in WARNINGS else "error"
+    end = "" if id == "not-an-image" else f" [{id}]"
+    pattern = ".*".join(map(re.escape, [f"{severity}: ", *words.split(" ... "), end]))
+    return re.fullmatch(pattern, line)
 
 
 MEASURED = "import resource, subprocess, sys; status = subprocess.call(sys.argv[1:]);" \
     "print('KiB:', resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss, flush=True); sys.exit(status)"
 
 
-@pytest.mark.parametrize("words, checked", CASES.values(), ids=CASES)
-def test_exactly_these_problems_are_reported(build, tmp_path, words, checked):
+@pytest.mark.parametrize("expected, checked", CASES.values(), ids=CASES)
+def test_exactly_these_problems_are_reported(build, tmp_path, expected, checked):
     (tmp_path / "a.cdi").write_bytes(checked)
     checker = build.program("cdicheck")
     status, said = build.run(Path(sys.executable), "-c", MEASURED, checker, "a.cdi", cwd=tmp_path)
-    for problem in words.split(" & "):
-        assert re.search(".*".join(map(re.escape, problem.split(" ... "))), said, re.DOTALL)
-    verdicts = re.findall("^(No|error:|warning:|cdicheck:) ", said, re.MULTILINE)
-    assert len(verdicts) == len(words.split(" & "))
-    assert "warning:" not in verdicts or "warning:" in words
-    assert status == max({"No": 0, "error:": 1, "warning:": 1, "cdicheck:": 2}[kind] for kind in verdicts)
-    assert said.count("no DiscJuggler image") < 2
+    found = re.findall("^(?:error|warning|cdicheck): .*", said, re.MULTILINE)
+    assert ("No problems found." in said) == (found == [])
+    for problem in expected.split(" & ") if expected else []:
+        line = next((line for line in found if describes(problem, line)), None)
+        assert line, f"{problem} is not in this report:\n{said}"
+        found.remove(line)
+    assert found == []
+    ids = {problem.partition(":")[0] for problem in expected.split(" & ")} - {"", *WARNINGS}
+    assert status == (2 if ids == {"not-an-image"} else 1 if ids else 0)
     bound = 512 if build.folder.name == "asan" else 96  # a sanitizer keeps freed memory for a while
     assert int(re.search("^KiB: (.*)", said, re.MULTILINE)[1]) < bound * 1024
 
@@ -257,10 +348,43 @@ def test_reports(build, tmp_path):
         [302, "audio", 2352, 1, 0], [20, "data, Mode 2", 2048, 2, 11702]]
     assert report["bootHeader"] == dict(re.findall("  ([a-z ]+): (.*)", REPORT)) | {"title": "\n\x7fµle"}
     assert report["files"][2:] == [{"path": path, "size": 0} for path in ("é\x1f.TXT", "é\x9f.TXT")]
-    assert report["problems"][0]["severity"] == "error"
+    assert report["problems"][0].items() >= {"id": "no-boot-file", "severity": "error"}.items()
     (tmp_path / "a.cdi").write_bytes(b"")
     status, said = build.run("cdicheck", "--json", "a.cdi", cwd=tmp_path)
-    assert status == 2 and "no DiscJuggler image: the" in json.loads(said)["problems"][0]["text"]
+    assert status == 2 and json.loads(said)["problems"] == [{
+        "id": "not-an-image", "severity": "error", "text": "not a DiscJuggler image: the file is too short"}]
+
+
+@pytest.mark.parametrize("options, status, ids", [
+    pytest.param("", 0, ["wrong-areas", "wrong-check-value"], id="warnings alone do not fail"),
+    pytest.param("--strict", 1, ["wrong-areas", "wrong-check-value"], id="--strict counts warnings"),
+    pytest.param("--strict --ignore wrong-areas", 1, ["wrong-check-value"], id="--ignore leaves others"),
+    pytest.param("--ignore wrong-areas --strict --ignore wrong-check-value", 0, [], id="two times --ignore"),
+])
+def test_options_decide_which_problems_count(build, tmp_path, options, status, ids):
+    (tmp_path / "a.cdi").write_bytes(disc(change=(32, b"0000 CD-ROM1/1      ")))
+    ended = build.run("cdicheck", *options.split(), "a.cdi", cwd=tmp_path)
+    assert (ended.status, re.findall(r" \[(.*)\]$", ended.said, re.MULTILINE)) == (status, ids)
+
+
+def test_documents_list_the_identifiers_that_ignore_takes(build):
+    status, said = build.run("cdicheck", "--ignore", "X", Corpus[0])
+    known = re.findall("^  ([a-z-]+)$", said, re.MULTILINE)
+    assert status == 2 and 'unknown problem "X"' in said and {*WARNINGS} < {*known}
+    manual = (build.root / "packaging/man/cdicheck.1").read_text()
+    errors, warnings = (set(re.findall(r"^\.It Sy (\S+)", part, re.MULTILINE))
+                        for part in manual.split(".Ss Warnings"))
+    assert warnings == {*WARNINGS} and errors == {*known} - warnings - {"not-an-image"}
+    rows = re.findall(r"^\| (`.*?) \|", (build.root / "docs/troubleshooting.md").read_text(), re.MULTILINE)
+    assert {id for row in rows for id in re.findall("`([a-z-]+)`", row)} >= {*known}
+
+
+def test_progress_is_shown_at_a_terminal(build, tmp_path):
+    (tmp_path / "a.cdi").write_bytes(Many)
+    user, terminal = pty.openpty()
+    call = build.call("cdicheck", tmp_path / "a.cdi")
+    assert subprocess.run(**call, stdout=subprocess.DEVNULL, stderr=terminal).returncode == 0
+    assert re.search(rb"cdicheck: \d+ %.*\rcdicheck: 100 %\r\n$", os.read(user, 4096))
 
 
 def test_names_are_read_as_utf_8_or_as_iso_8859_1(build, tmp_path):

@@ -153,12 +153,16 @@ struct FileEnd {
   std::uint64_t descriptor;  ///< the offset of its start
 };
 
+bool IsKnown(std::uint32_t version) {
+  return version == Version2 || version == Version3 || version == Version35;
+}
+
 /// Reads the last fields of a descriptor from a block. Returns nothing if there is no possible descriptor
 /// before `offset`, the end of the block in the file.
 std::optional<FileEnd> ReadFileEnd(std::span<const std::byte> block, std::uint64_t offset) {
   const std::uint32_t version = disc::ReadNumber(block, file_end::Version);
   const std::uint32_t place = disc::ReadNumber(block, file_end::DescriptorPlace);
-  if (version != Version2 && version != Version3 && version != Version35) return std::nullopt;
+  if (!IsKnown(version)) return std::nullopt;
   if (place > offset) return std::nullopt;
   const std::uint64_t descriptor = version == Version35 ? offset - place : place;
   if (offset - descriptor > LongestDescriptor) return std::nullopt;
@@ -177,7 +181,7 @@ FileEnd FindFileEnd(const Source& source) {
     if (found) return *found;
   }
   const std::uint32_t version = disc::ReadNumber(std::span(bytes).last(file_end::Size), file_end::Version);
-  if (version >> 8 == Version35 >> 8) throw UnknownVersion(std::to_string(version & 0xFF));
+  if (!IsKnown(version) && version >> 8 == Version35 >> 8) throw UnknownVersion(std::to_string(version & 0xFF));
   throw NoDescriptor("it does not end like an image of version 2, 3 or 3.5");
 }
 
