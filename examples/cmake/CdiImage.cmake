@@ -2,9 +2,9 @@
 #
 #   add_cdi_image(<name> PROGRAM <target or ELF file> DATA <folder> VOLUME <name> OUTPUT <file>)
 #
-# adds a target that packs the program, with all that lies in the folder, into an image. It appears, in the build
-# folder, once cdicheck has found no problem in it. The volume name has at most 32 characters, and no name may hold
-# `--`. Needs CMake 3.21. For a Marrowvane that is not on PATH: -DMARROWVAN=.../marrowvan -DCDICHECK=.../cdicheck
+# adds a target that packs the program and all files of the folder into an image. The image appears in the build
+# folder if cdicheck finds no error in it. The volume name has at most 32 characters, and no name may contain `--`.
+# Needs CMake 3.21. If Marrowvane is not on PATH: -DMARROWVAN=.../marrowvan -DCDICHECK=.../cdicheck
 find_program(MARROWVAN marrowvan REQUIRED)
 find_program(CDICHECK cdicheck REQUIRED)
 

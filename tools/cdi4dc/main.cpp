@@ -28,7 +28,7 @@ constexpr const char* NoVolume = "no ISO 9660 volume descriptor at sector 16";
 std::uint32_t SectorCount(const tools::InputFile& iso) {
   if (iso.Size() == 0) throw tools::FileError(iso.Path(), "the file is empty");
   if (iso.Size() % cdi::UserDataSize != 0) {
-    throw tools::FileError(iso.Path(), "no ISO image: its size is no multiple of 2048 bytes");
+    throw tools::FileError(iso.Path(), "not an ISO image: its size is not a multiple of 2048 bytes");
   }
   const std::uint64_t count = iso.Size() / cdi::UserDataSize;
   if (count <= volume_descriptor::Sector) throw tools::FileError(iso.Path(), NoVolume);
@@ -61,8 +61,9 @@ std::string VolumeName(const tools::InputFile& iso, std::uint32_t sectors) {
   const std::uint32_t volumeSize =
       disc::ReadBothOrders(descriptor, volume_descriptor::VolumeSize).value_or(0);
   if (volumeSize > sectors) {
-    throw tools::FileError(iso.Path(), "ends after " + std::to_string(sectors) + " of its volume's " +
-                                           std::to_string(volumeSize) + " sectors");
+    throw tools::FileError(iso.Path(), "ends too early: it has " + std::to_string(sectors) +
+                                           " of its volume's " + std::to_string(volumeSize) +
+                                           " sectors. Check that the disk is not full");
   }
   if (IsOfAnotherAddress(iso, descriptor, sectors)) {
     throw tools::FileError(iso.Path(), "made for another address on the disc. Run mkisofs with -C 0," +
@@ -97,7 +98,7 @@ void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
   const std::string volumeName = VolumeName(iso, sectors);
   if (cdi::DataTrackStart + sectors > cdi::DiscCapacity) {
     std::cerr << tools::Self.name << ": " << cdiPath << ": warning: " << cdi::DataTrackStart + sectors
-              << " sectors fit on no 80-minute disc, which holds " << cdi::DiscCapacity << '\n';
+              << " sectors do not fit on an 80-minute disc, which has " << cdi::DiscCapacity << '\n';
   }
   const std::vector<std::byte> descriptor = cdi::MakeDescriptor(FileName(cdiPath), volumeName, sectors);
   const std::uint64_t descriptorOffset =
@@ -119,8 +120,7 @@ void WriteImage(const std::string& isoPath, const std::string& cdiPath) {
 const tools::Program tools::Self{.name = "cdi4dc", .failureStatus = 1};
 
 int main(int argc, char** argv) {
-  CLI::App app(
-      "Makes a self-booting DiscJuggler image of an ISO image whose session starts at sector 11702.");
+  CLI::App app("Makes a self-booting DiscJuggler image from an ISO image that was made for sector 11702.");
   std::string iso;
   std::string image;
   app.add_option("IN.iso", iso, "The ISO 9660 image to read")->required();
