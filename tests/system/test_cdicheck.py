@@ -360,23 +360,12 @@ def test_reports(build, tmp_path):
     pytest.param("--strict", 1, ["wrong-areas", "wrong-check-value"], id="--strict counts warnings"),
     pytest.param("--strict --ignore wrong-areas", 1, ["wrong-check-value"], id="--ignore leaves others"),
     pytest.param("--ignore wrong-areas --strict --ignore wrong-check-value", 0, [], id="two times --ignore"),
+    pytest.param("--ignore wrong", 2, [], id="--ignore refuses an unknown problem"),
 ])
 def test_options_decide_which_problems_count(build, tmp_path, options, status, ids):
     (tmp_path / "a.cdi").write_bytes(disc(change=(32, b"0000 CD-ROM1/1      ")))
     ended = build.run("cdicheck", *options.split(), "a.cdi", cwd=tmp_path)
     assert (ended.status, re.findall(r" \[(.*)\]$", ended.said, re.MULTILINE)) == (status, ids)
-
-
-def test_documents_list_the_identifiers_that_ignore_takes(build):
-    status, said = build.run("cdicheck", "--ignore", "X", Corpus[0])
-    known = re.findall("^  ([a-z-]+)$", said, re.MULTILINE)
-    assert status == 2 and 'unknown problem "X"' in said and {*WARNINGS} < {*known}
-    manual = (build.root / "packaging/man/cdicheck.1").read_text()
-    errors, warnings = (set(re.findall(r"^\.It Sy (\S+)", part, re.MULTILINE))
-                        for part in manual.split(".Ss Warnings"))
-    assert warnings == {*WARNINGS} and errors == {*known} - warnings - {"not-an-image"}
-    rows = re.findall(r"^\| (`.*?) \|", (build.root / "docs/troubleshooting.md").read_text(), re.MULTILINE)
-    assert {id for row in rows for id in re.findall("`([a-z-]+)`", row)} >= {*known}
 
 
 def test_progress_is_shown_at_a_terminal(build, tmp_path):
