@@ -124,6 +124,7 @@ def test_closed_pipe_as_standard_error_does_not_stop_a_run(machine):
     kept = machine.cache / "marrowvane/kept-before/IP.BIN"  # the launcher reports it first
     kept.parent.mkdir(parents=True)
     kept.touch()
+    give_to_user(machine.root)
     reader, writer = os.pipe()
     os.close(reader)
     run = machine.start("--dir", "game", "--cdi", "game.cdi", stderr=writer)
