@@ -119,9 +119,7 @@ CASES = {
        for kind in Kinds for part in Reasons for name in [f"session 1, track 1: sector 2: {part}"]
        if f"sector 2: {part}" in FirstTracks[kind + " of 2352"].parts},
     "header of another mode": (wrong("header"), image(("sector 21: header", 3, b"\1"), track=RawTrack)),
-    "Form 1 marked as Form 2": (wrong("EDC"), image(MarkedAsForm2)),
     "Form 1 of zeros marked as Form 2": (wrong("subheader"), image(MarkedAsForm2, track=WithZeros)),
-    "copies of the subheader differ": (wrong("subheader"), image(("sector 21: subheader", 7, b"\1"))),
     "copies of the subheader differ in Form 2 without an EDC": (wrong("subheader"), image(
         ("sector 21: EDC", 0, bytes(4)), ("sector 21: subheader", 7, b"!"), track=LastOfForm2)),
     "wrong EDC in the parity": (wrong("EDC"), image(track=with_wrong("EDC", GoodTrack, "sector 21: "))),
