@@ -1,7 +1,7 @@
-// Loaded before the C library (LD_PRELOAD), this library makes calls fail in the program FAIL_PROGRAM, but not
-// in its children. The word "read:3:5" in FAIL_CALLS makes the third call of read fail with error 5 and create
-// the file FAIL_LOG. Number 0 means every call, without the file. Error 0 transfers one byte only. With error
-// -2 the program first sends itself signal 2.
+// Loaded before the C library (LD_PRELOAD), this library makes calls fail in the program FAIL_PROGRAM, but
+// not in its children. The word "read:3:5" in FAIL_CALLS makes the third call of read fail with error 5 and
+// create the file FAIL_LOG. Number 0 means every call, without the file. Error 0 transfers one byte only.
+// With error -2 the program first sends itself signal 2.
 
 #include <dlfcn.h>
 #include <errno.h>

@@ -1,4 +1,5 @@
-// Starts a Windows program and presses OK in each message box that it shows. Prints the text of each box, after
+// Starts a Windows program and presses OK in each message box that it shows. Prints the text of each box,
+// after
 // "[icon] " if it has an icon, and ends with the program's exit status.
 // Usage: press_ok PROGRAM [ARGUMENT ...]; PRESS_OK_TEMP in the environment is its folder for temporary files.
 
