@@ -148,10 +148,12 @@ BootHeader = f"{'SEGA SEGAKATANA':16}SEGA ENTERPRISESB6D8 CD-ROM1/1  {'JUE':8}{'
     f"V1.000{'20260101':16}{'1ST_READ.BIN':16}{'Software maker':16}{'Title':128}"
 
 
-def make_program(addresses=50):
-    """Returns a plain boot file of 100 loads of 50 constants; so many of them are addresses of the console."""
-    areas = [0x0C010000, 0x8C010000, 0xAC010000, 0xFF000000, 0xA05F6800] * 10
-    return pack("<100H50I112x", *[0xD031] * 100, *areas[:addresses], *[1] * (50 - addresses))
+def make_program(loaded=50, addresses=50):
+    """Returns a plain boot file with a pool of addresses of the console. It loads the first ones."""
+    areas = [0x0C010000, 0x8C010200, 0xAC01FFFF, 0xFF80001C, 0xA05F6800] * addresses
+    pool = [*areas[:addresses], *[1] * (50 - addresses)]
+    code = [0xD031] * 2 * loaded + [0x0009] * (100 - 2 * loaded)
+    return pack(f"<100H{len(pool)}I", *code, *pool).ljust(512, b"\0")
 
 
 def _both(number):

@@ -3,6 +3,7 @@
 import json
 import os
 import pty
+import random
 import re
 import subprocess
 import sys
@@ -49,6 +50,11 @@ def scrambled(program):
     return with_boot_file(scramble(program))
 
 
+def with_pool(address):
+    """A program that ends with four loads and with the four addresses that they load."""
+    return make_program(0, 0) + pack("<4H4I", 0xD001, 0xD002, 0xD002, 0xD003, *[address] * 4)
+
+
 def with_wrong(what, track, sector):
     """A track with a wrong part of a sector, and the parity of the wrong bytes."""
     parts = dict(track.parts)
@@ -83,6 +89,7 @@ WithZeros = make_track(make_iso(Files | {b"LAST.BIN;1": bytes(2048)}))
 ECC = "error correction code"
 Reasons = {"sync": "header", "header": "header", "subheader": "subheader", "user data": "checksum",
            "EDC": "checksum", "zero": ECC, "P parity": ECC, "Q parity": ECC}
+RETURN = b"\x0b\0\x09\0"
 Damaged, LongPaths = "a folder of the volume is damaged", "no-volume: the paths of the volume are longer"
 LayoutWords = {
     "mode-1-of-2048": "wrong-mode",
@@ -211,7 +218,7 @@ CASES = {
         "boot-file-too-large: 16711681 bytes, ... room for 16711680", with_boot_file(bytes(0xFF0001))),
     "boot file of 511 bytes, which is not judged": ("", with_boot_file(bytes(511))),
     "boot file of 512 bytes": ("not-a-program", with_boot_file(bytes(512))),
-    "boot file of equal slices": ("", with_boot_file(pack("<H2xI24x", 0xD000, 0x8C010000) * 16)),
+    "boot file of equal slices": ("", with_boot_file(pack("<2H2I20x", 0xD000, 0xD001, *[0x8C010000] * 2) * 16)),
     "empty boot file": ("boot-file-empty", with_boot_file(b"")),
     "boot file that ends after the data track": (
         "boot-file-outside", disc(change=(Root + 104 + 10, b"\1\x10\0\0"))),
@@ -219,13 +226,21 @@ CASES = {
         "boot-file-outside", disc(change=(Root + 104 + 2, pack("<I", 11701)))),
     "boot file that is not scrambled": ("not-scrambled", with_boot_file(make_program().ljust(65536))),
     "boot file in ELF": ("elf-file", with_boot_file(b"\x7fELF" + bytes(600))),
-    "program with 12 addresses in 50 loads": ("not-a-program", scrambled(make_program(12))),
-    "program with 25 addresses in 99 loads": ("", scrambled(patch(make_program(13), 0, b"\t"))),
-    "program with one load": ("not-a-program", with_boot_file(pack("<2HI504x", 0xD000, 9, 0x8C010000))),
-    "loads of the last word": ("", scrambled(pack("<2H504xI", 0xD07E, 0xD07E, 0x8C010000))),
-    "loads of half a word at the end": (
-        "not-a-program", scrambled(pack("<2H508xH", 0xD07F, 0xD07F, 0x8C01))),
-    "data after the first 64 KiB": ("", scrambled(bytes(65024) + make_program() + b"\xd0" * 65536)),
+    "program that loads 4 of 11 addresses": ("", scrambled(make_program(4, 11))),
+    "program that loads 4 of 12 addresses": ("not-a-program", scrambled(make_program(4, 12))),
+    "program that loads 3 of 3 addresses": ("not-a-program", scrambled(make_program(3, 3))),
+    "function that loads no address": ("", scrambled(make_program(0, 15) + RETURN)),
+    "function that pops after its return": ("", scrambled(make_program(0, 15) + b"\x0b\0\xf6\x68")),
+    "function that loads none of 16 addresses": ("not-a-program", scrambled(make_program(0, 16) + RETURN)),
+    "program with addresses that have no neighbour": (
+        "not-a-program", with_boot_file(pack("<H2xI24x", 0xD000, 0x8C010000) * 16)),
+    "address at the end of the zeroed data": ("", scrambled(with_pool(0x0C020000 + 639).ljust(640, b"\0"))),
+    "address after the zeroed data": (
+        "not-a-program", scrambled(with_pool(0x0C020000 + 640).ljust(640, b"\0"))),
+    "last load from a whole word": ("", scrambled(with_pool(0x8C010000))),
+    "last load from half a word": ("not-a-program", scrambled(with_pool(0x8C010000)[:-2])),
+    "program after 1 MiB of data": ("", scrambled(bytes(1 << 20) + make_program())),
+    "program before 1 MiB of data": ("", scrambled(make_program() + random.Random(1).randbytes(1 << 20))),
     "file cut off": ("truncated", Whole[:-1000]),
     "version 7": ("unknown-version: version 7", Whole[:-8] + pack("<I", 0x80000007) + Whole[-4:]),
     "5 bytes after the descriptor": ("bytes-after-descriptor: 5 bytes", Whole + bytes(5)),
