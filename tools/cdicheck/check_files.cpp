@@ -12,7 +12,8 @@ namespace {
 
 /// Returns the LBA after the last sector of a file.
 std::int64_t EndOf(const FileEntry& file) {
-  return file.lba + (std::int64_t{file.size} + cdi::UserDataSize - 1) / cdi::UserDataSize;
+  const std::uint64_t sectors = (std::uint64_t{file.size} + cdi::UserDataSize - 1) / cdi::UserDataSize;
+  return file.lba + static_cast<std::int64_t>(sectors);
 }
 
 /// The empty sectors of one file or of several.
