@@ -9,6 +9,7 @@ import time
 from pathlib import Path
 
 import pytest
+from conftest import names
 
 ASK_FOLDER = {False: "Choose the folder to selfboot...", True: "Browse for Folder"}
 ASK_FILE = "Save your DiscJuggler file as..."
@@ -76,11 +77,11 @@ def run_with_keys(workspace, display):
     workspace.program = workspace.program.rename(workspace.program.with_stem("by_hand"))
     environment = {"DISPLAY": display, "PATH": os.environ["PATH"], "GSETTINGS_BACKEND": "memory",
                    "XDG_DATA_HOME": workspace.root}  # the user's list of recent files stays unchanged
-    call = workspace.build.call(workspace.program, env=workspace.environment(environment))
 
-    def try_once(press_keys):
+    def try_once(press_keys, *arguments, **how):
+        call = workspace.build.call(workspace.program, *arguments, env=workspace.environment(environment))
         no_terminal = {"stdin": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
-        run = subprocess.Popen(**call, **no_terminal, start_new_session=True)
+        run = subprocess.Popen(**call, **no_terminal, **how, start_new_session=True)
         try:
             press_keys(run)
             wait_until(lambda: run.poll() is not None)
@@ -90,11 +91,11 @@ def run_with_keys(workspace, display):
                 os.killpg(run.pid, signal.SIGKILL)  # its dialogs too
             run.wait()
 
-    def try_until_done(press_keys):
+    def try_until_done(*how, **more):
         for _ in range(2):
             with contextlib.suppress(TimeoutError):
-                return try_once(press_keys)
-        return try_once(press_keys)
+                return try_once(*how, **more)
+        return try_once(*how, **more)
     return try_until_done
 
 
@@ -112,8 +113,11 @@ def choose_folder(workspace):
     press_return_until(lambda: not windows(title))
 
 
-def name_file(workspace):
+def name_file(workspace, folders=()):
     take_focus(ASK_FILE)
+    for folder in folders:
+        type_in(workspace.build.host_path(folder))
+        press("Return")
     type_in(workspace.build.host_path(workspace.cdi))
     press_return_until(lambda: not windows(ASK_FILE))
 
@@ -124,6 +128,16 @@ def test_chosen_folder_and_file_make_an_image(workspace, run_with_keys):
         name_file(workspace)
     assert run_with_keys(choose_both) == 0
     assert workspace.cdi.read_text() == "made by cdi4dc" and (workspace.game / "1ST_READ.BIN").exists()
+
+
+@pytest.mark.windows
+def test_relative_folder_stays_the_same_while_the_user_browses(workspace, run_with_keys):
+    other = shutil.copytree(workspace.game, workspace.cdi.parent / workspace.game.name)
+
+    def browse(_run):
+        name_file(workspace, [workspace.cdi.parent])
+    assert run_with_keys(browse, "--dir", workspace.game.name, cwd=workspace.game.parent) == 0
+    assert names(workspace.game) == ["1ST_READ.BIN", "IP.BIN"] and names(other) == ["demo.elf"]
 
 
 def test_cancel_shows_the_usage_message(workspace, run_with_keys):

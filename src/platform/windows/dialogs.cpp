@@ -5,6 +5,8 @@
 
 #include <array>
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "platform/platform.h"
 #include "platform/windows/encoding.h"
@@ -22,6 +24,12 @@ static_assert(sizeof(BROWSEINFOA) == 32);
 
 /// What a folder's path may take, its NUL included.
 constexpr std::size_t FolderPathSize = 256;
+
+std::wstring CurrentFolder() {
+  std::wstring folder(::GetCurrentDirectoryW(0, nullptr), L'\0');
+  folder.resize(::GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
+  return folder;
+}
 
 }  // namespace
 
@@ -65,8 +73,11 @@ std::optional<Text> AskForFileToSave(const SaveDialog& dialog) {
   record.lpstrTitle = title.c_str();
   record.Flags = dialog.flags;
   record.lpstrDefExt = extension.c_str();
+  const std::wstring folder = CurrentFolder();
   // The older, shorter record: its size tells the call which one it got.
-  if (!::GetSaveFileNameA(reinterpret_cast<OPENFILENAMEA*>(&record))) return std::nullopt;
+  const bool isConfirmed = ::GetSaveFileNameA(reinterpret_cast<OPENFILENAMEA*>(&record)) != FALSE;
+  ::SetCurrentDirectoryW(folder.c_str());  // the dialog changes to the folder that the user opens
+  if (!isConfirmed) return std::nullopt;
   return FromAnsi(file);
 }
 
