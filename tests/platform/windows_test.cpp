@@ -16,6 +16,7 @@ using Words = std::vector<std::uint32_t>;
 /// The arguments of the last call, and its result.
 static Words record;
 static std::string texts, answer;
+static const wchar_t* commandLine;
 
 /// Stands for an address in a record. The test compares what is there as text.
 constexpr std::uint32_t Address = 0xADD2E55;
@@ -43,6 +44,7 @@ static BOOL WINAPI AskForName(OPENFILENAMEA* dialog) {
   texts = std::string(dialog->lpstrFilter, 47) + std::string(dialog->lpstrFile, 255) +
           std::string(dialog->lpstrFileTitle, 255) + dialog->lpstrTitle + dialog->lpstrDefExt;
   std::strcpy(dialog->lpstrFile, answer.c_str());
+  ::SetCurrentDirectoryA("\\");
   return !answer.empty();
 }
 
@@ -51,6 +53,8 @@ static LPITEMIDLIST WINAPI AskForPlace(BROWSEINFOA* dialog) {
   texts = dialog->lpszTitle;
   return answer.empty() ? nullptr : static_cast<ITEMIDLIST*>(::CoTaskMemAlloc(16));
 }
+
+static LPCWSTR WINAPI ReturnLine() { return commandLine; }
 
 static BOOL WINAPI ReturnPath(LPCITEMIDLIST, LPSTR path) { return std::strcpy(path, answer.c_str()) == path; }
 
@@ -63,6 +67,7 @@ IMPORTED("__imp__CreateProcessA@40", StartTool);
 IMPORTED("__imp__GetSaveFileNameA@4", AskForName);
 IMPORTED("__imp__SHBrowseForFolderA@4", AskForPlace);
 IMPORTED("__imp__SHGetPathFromIDListA@8", ReturnPath);
+IMPORTED("__imp__GetCommandLineW@0", ReturnLine);
 
 TEST(Records, ForTheStartOfATool) {
   for (const std::uint32_t style : {0U, 1U}) {
@@ -72,9 +77,23 @@ TEST(Records, ForTheStartOfATool) {
   }
 }
 
+TEST(RawCommandLine, BeginsAfterTheNameOfTheProgram) {
+  for (const auto& [line, rest] : {
+           std::pair(L"\"C:\\a b\\x.exe\" --help", L" --help"),
+           {L"\"C:\\a b\"\\x.exe --help", L" --help"},
+           {L"C:\\\"a b\"\\x.exe\t--cdi \"g\u0101me\"", L"\t--cdi \"g\u0101me\""},
+           {L"\"C:\\a b\\x.exe", L""},
+           {L"x", L""},
+       }) {
+    commandLine = line;
+    EXPECT_EQ(RawCommandLine(), rest);
+  }
+}
+
 TEST(Records, ForTheSaveDialog) {
   const std::string blanks = std::string(254, ' ') + '\0';
   const auto module = reinterpret_cast<std::uint32_t>(::GetModuleHandleA(nullptr));
+  const auto folder = std::filesystem::current_path();
   for (const std::string& path : {""s, "C:\\caf\xE9\\x.cdi"s, "C:\\" + std::string(251, 'n')}) {
     answer = path;
     mMain::OptionalPath target = L"before";
@@ -83,6 +102,7 @@ TEST(Records, ForTheSaveDialog) {
     EXPECT_EQ(ToBytes(target.value_or(L"")), path);
     EXPECT_EQ(record, Words({76, 0, module, Address, 0, 0, 0, Address, 255, Address, 255, 0, Address, 0x1000,
                              0, Address, 0, 0, 0}));
+    EXPECT_EQ(std::filesystem::current_path(), folder) << "which the dialog changes";
     EXPECT_EQ(texts, "DiscJuggler (*.cdi)\0*.cdi\0All files (*.*)\0*.*\0\0"s + blanks + blanks + "Save...");
   }
 }
@@ -101,6 +121,8 @@ TEST(Records, ForTheFolderBrowser) {
 
 TEST_F(Files, RaiseErrorsForABadNameALockAndAMoveOntoItself) {
   EXPECT_EQ(ErrorOf([] { Open(L"a|b?"); }), 52);
+  std::ofstream(std::filesystem::path(L"g\u0101me.elf")) << "a letter that the code page lacks";
+  EXPECT_EQ(ErrorOf([] { Open(FirstMatch(L"*.elf").value()); }), 52);
   const HANDLE lock = ::CreateFileA("locked", GENERIC_READ, 0, nullptr, CREATE_NEW, 0, nullptr);
   EXPECT_EQ(ErrorOf([] { Open(L"locked"); }), 70);
   ::CloseHandle(lock);

@@ -50,18 +50,23 @@ void Move(const Text& from, const Text& to) {
                      MOVEFILE_COPY_ALLOWED | MOVEFILE_WRITE_THROUGH)) {
     RaiseLastError();
   }
+  if (!PathExists(from)) return;
+  // To another volume the call also succeeds with a copy, if the source cannot be deleted.
+  ::SetFileAttributesA(ToAnsi(to).c_str(), FILE_ATTRIBUTE_NORMAL);
+  ::DeleteFileA(ToAnsi(to).c_str());
+  throw AccessError;
 }
 
 std::optional<Text> FirstMatch(const Text& pattern) {
   constexpr DWORD neverMatches = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_HIDDEN | FILE_ATTRIBUTE_SYSTEM;
-  WIN32_FIND_DATAA entry{};
-  const HANDLE found = ::FindFirstFileA(ToAnsi(pattern).c_str(), &entry);
+  WIN32_FIND_DATAW entry{};
+  const HANDLE found = ::FindFirstFileW(pattern.c_str(), &entry);
   if (found == INVALID_HANDLE_VALUE) return std::nullopt;
 
   const std::unique_ptr<void, decltype(&::FindClose)> listing(found, ::FindClose);
   do {
-    if ((entry.dwFileAttributes & neverMatches) == 0) return windows::FromAnsi(entry.cFileName);
-  } while (::FindNextFileA(listing.get(), &entry));
+    if ((entry.dwFileAttributes & neverMatches) == 0) return entry.cFileName;
+  } while (::FindNextFileW(listing.get(), &entry));
   return std::nullopt;
 }
 

@@ -1,8 +1,8 @@
 #include <windows.h>
 
 #include <array>
+#include <cstddef>
 #include <string>
-#include <string_view>
 
 #include "platform/file_errors.h"
 #include "platform/platform.h"
@@ -14,19 +14,23 @@ namespace {
 static_assert(sizeof(STARTUPINFOA) == 68);
 
 Text ExecutablePath() {
-  std::array<char, MAX_PATH> path{};
-  const DWORD length = ::GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size()));
+  std::array<wchar_t, MAX_PATH> path{};
+  const DWORD length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
   if (length == 0 || length == path.size()) throw DeviceError;  // a path that is cut off names another folder
-  return windows::FromAnsi({path.data(), length});
+  return {path.data(), length};
 }
 
 }  // namespace
 
 Text RawCommandLine() {
-  const std::string_view line = ::GetCommandLineA();
-  const std::size_t nameEnd = line.starts_with('"') ? line.find('"', 1) : line.find_first_of(" \t");
-  if (nameEnd == std::string_view::npos) return {};
-  return windows::FromAnsi(line.substr(nameEnd + 1));
+  const Text line = ::GetCommandLineW();
+  bool quoted = false;
+  std::size_t nameEnd = 0;
+  for (; nameEnd < line.size(); ++nameEnd) {
+    if (line[nameEnd] == L'"') quoted = !quoted;
+    if (!quoted && (line[nameEnd] == L' ' || line[nameEnd] == L'\t')) break;
+  }
+  return line.substr(nameEnd);
 }
 
 Text AppDir() {

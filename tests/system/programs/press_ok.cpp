@@ -5,6 +5,8 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -29,18 +31,19 @@ static BOOL CALLBACK Answer(HWND window, LPARAM process) {
   return TRUE;
 }
 
-int main(int, char** argv) {
+int main() {
   if (const char* temp = std::getenv("PRESS_OK_TEMP")) ::SetEnvironmentVariableA("TMP", temp);
 
   // The program's exact command line begins at its name.
-  std::string line = ::GetCommandLineA();
-  const std::size_t name = line.find(argv[1]);
-  line = line.substr(name - (line[name - 1] == '"' ? 1 : 0));
+  std::wstring line = ::GetCommandLineW();
+  int count = 0;
+  const std::size_t name = line.find(::CommandLineToArgvW(line.c_str(), &count)[1]);
+  line = line.substr(name - (line[name - 1] == L'"' ? 1 : 0));
 
-  STARTUPINFOA startup{};
+  STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
-  if (!::CreateProcessA(nullptr, line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
+  if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, DETACHED_PROCESS, nullptr, nullptr,
                         &startup, &process))
     return 99;
   while (::WaitForSingleObject(process.hProcess, 10) == WAIT_TIMEOUT)
