@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <exception>
 #include <functional>
+#include <iostream>
 #include <new>
 #include <string>
 #include <vector>
@@ -18,14 +19,17 @@ constexpr const char* OutOfMemory = "out of memory";
 
 /// Prints the reason on standard error and returns the exit status. Allocates nothing.
 int ReportFailure(const char* reason) {
-  std::fprintf(stderr, "%s: %s\n", Self.name, reason);
+  std::cerr << Self.name << ": " << reason << '\n';
   return Self.failureStatus;
 }
 
 /// Ends the program if an allocation fails before its work begins, because nobody would catch the exception.
 /// Runs before the argument parser creates its static objects.
 [[gnu::constructor(101)]] void EndWithoutMemory() {
-  std::set_new_handler([] { std::_Exit(ReportFailure(OutOfMemory)); });
+  std::set_new_handler([] {
+    std::fprintf(stderr, "%s: %s\n", Self.name, OutOfMemory);  // std::cerr may not exist yet
+    std::_Exit(Self.failureStatus);
+  });
 }
 
 /// Returns the place of the first file name among `arguments`, after the options and their values.
