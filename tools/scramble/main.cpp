@@ -9,11 +9,17 @@
 
 namespace {
 
-void ConvertFile(const std::string& inPath, const std::string& outPath, bool inverse) {
-  const tools::InputFile in(inPath);
-  if (!std::in_range<std::ptrdiff_t>(in.Size())) throw tools::FileError(inPath, "too large for a boot file");
+/// Closes the file at its end. Windows does not replace an open file, and the output may be the input.
+std::vector<std::byte> ReadWhole(const std::string& path) {
+  const tools::InputFile in(path);
+  if (!std::in_range<std::ptrdiff_t>(in.Size())) throw tools::FileError(path, "too large for a boot file");
   std::vector<std::byte> bytes(static_cast<std::size_t>(in.Size()));
   in.ReadAt(0, bytes);
+  return bytes;
+}
+
+void ConvertFile(const std::string& inPath, const std::string& outPath, bool inverse) {
+  const std::vector<std::byte> bytes = ReadWhole(inPath);
   std::vector<std::byte> converted(bytes.size());
   inverse ? scramble::Unscramble(bytes, converted) : scramble::Scramble(bytes, converted);
   tools::OutputFile out(outPath);
