@@ -59,7 +59,12 @@ int RunProgram(CLI::App& app, std::vector<std::string> arguments, const std::fun
     work();
     return 0;
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : Self.failureStatus;
+    if (error.get_exit_code() == 0) return app.exit(error);
+    // An unexpected argument is the first reason, because it can be why others are missing.
+    std::vector<std::string> unexpected = app.remaining();
+    std::erase(unexpected, "--");
+    app.exit(unexpected.empty() ? error : CLI::ExtrasError({unexpected.front()}));
+    return Self.failureStatus;
   } catch (const std::bad_alloc&) {
     return ReportFailure(OutOfMemory);
   } catch (const std::exception& error) {

@@ -18,6 +18,7 @@
 
 #include "common/files.h"
 #include "common/last_error.h"
+#include "mkisofs/pattern.h"
 #include "mkisofs/text.h"
 
 namespace mkisofs {
@@ -26,6 +27,9 @@ namespace {
 constexpr std::size_t JolietNameLength = 64;
 constexpr std::uint64_t LargestFile = std::numeric_limits<std::uint32_t>::max();
 constexpr std::size_t PieceSize = 1 << 16;
+
+/// The last day of 2155 begins: a directory record counts the years from 1900 on in one byte.
+constexpr std::time_t LatestTime = 5'869'497'600;
 
 /// Which paths have no limit of length begin with.
 constexpr std::wstring_view Unlimited = L"\\\\?\\";
@@ -36,11 +40,16 @@ std::string Shown(std::wstring_view path) {
   return Narrow(path.substr(path.starts_with(Unlimited) ? Unlimited.size() : 0));
 }
 
+std::wstring WithoutSeparatorsAtEnd(std::wstring path) {
+  path.erase(path.find_last_not_of(L"\\/") + 1);
+  return path;
+}
+
 std::wstring WithoutLimit(const std::wstring& path) {
   std::wstring full(::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
   if (full.empty()) throw tools::FileError(Shown(path), tools::LastErrorText());
   full.resize(::GetFullPathNameW(path.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr));
-  while (full.ends_with(L'\\')) full.pop_back();
+  full = WithoutSeparatorsAtEnd(full);
   if (full.starts_with(Unlimited)) return full;
   if (full.starts_with(L"\\\\")) return std::wstring(UnlimitedShare) + full.substr(2);
   return std::wstring(Unlimited) + full;
@@ -57,8 +66,7 @@ std::time_t UnixTime(const FILETIME& time) {
   const auto seconds =
       static_cast<std::int64_t>(Join(time.dwHighDateTime, time.dwLowDateTime)) / TicksPerSecond -
       SecondsBetween;
-  return static_cast<std::time_t>(
-      std::clamp<std::int64_t>(seconds, 0, std::numeric_limits<std::time_t>::max()));
+  return std::clamp<std::time_t>(seconds, 0, LatestTime);
 }
 
 /// Links have a tag that says so; files that a service keeps elsewhere have others, and are files.
@@ -95,8 +103,24 @@ void RefuseEqualNames(const std::wstring& folder, const std::map<std::wstring, W
                              std::to_string(JolietNameLength) + " characters");
 }
 
-void AddFolder(const std::wstring& folder, const std::wstring& name, std::vector<Entry>& entries) {
-  const auto all = Search(folder);
+/// What the caller excludes: the patterns, and the folder as given, with which their paths begin.
+struct Exclusion {
+  std::wstring folder;
+  const std::vector<std::wstring>& patterns;
+};
+
+bool IsExcluded(const Exclusion& exclusion, const std::wstring& ownName, const std::wstring& nameInImage) {
+  const std::wstring path = exclusion.folder + L"/" + nameInImage;
+  return std::ranges::any_of(exclusion.patterns, [&](const std::wstring& pattern) {
+    return Matches(pattern, ownName) || Matches(pattern, path);
+  });
+}
+
+void AddFolder(const std::wstring& folder, const std::wstring& name, const Exclusion& exclusion,
+               std::vector<Entry>& entries) {
+  auto all = Search(folder);
+  std::erase_if(all,
+                [&](const auto& found) { return IsExcluded(exclusion, found.first, name + found.first); });
   RefuseEqualNames(folder, all);
   for (const auto& [ownName, found] : all) {
     const std::wstring path = folder + L"\\" + ownName;
@@ -108,15 +132,16 @@ void AddFolder(const std::wstring& folder, const std::wstring& name, std::vector
     const std::uint64_t size = isFolder ? 0 : Join(found.nFileSizeHigh, found.nFileSizeLow);
     if (size > LargestFile) throw tools::FileError(Shown(path), "larger than a file of an image can be");
     entries.push_back({path, name + ownName, isFolder, size, UnixTime(found.ftLastWriteTime)});
-    if (isFolder) AddFolder(path, name + ownName + L"/", entries);
+    if (isFolder) AddFolder(path, name + ownName + L"/", exclusion, entries);
   }
 }
 
 }  // namespace
 
-std::vector<Entry> ListFolder(const std::string& path) {
+std::vector<Entry> ListFolder(const std::string& path, const std::vector<std::wstring>& excluded) {
   std::vector<Entry> entries;
-  AddFolder(WithoutLimit(Wide(path)), L"", entries);
+  const std::wstring folder = Wide(path);
+  AddFolder(WithoutLimit(folder), L"", {WithoutSeparatorsAtEnd(folder), excluded}, entries);
   return entries;
 }
 

@@ -19,10 +19,11 @@ struct Entry {
   std::time_t changed;
 };
 
-/// All that stands in the folder at `path` and in those below, each folder before what it holds. Links are
-/// left out, with a warning. A `FileError` if a folder cannot be read, a file is too large for an image, or
-/// two names in one folder are the same to a reader that sees no more than 64 characters of them.
-std::vector<Entry> ListFolder(const std::string& path);
+/// Lists the folder at `path` and those below, each folder before its contents. Links are left out, with a
+/// warning, and so is what matches one of the patterns by its name or its path: that of the folder as given,
+/// and on from there. Raises a `FileError` if a folder cannot be read, a file is too large for an image, or
+/// two names in one folder are equal to a reader that sees no more than 64 characters of them.
+std::vector<Entry> ListFolder(const std::string& path, const std::vector<std::wstring>& excluded);
 
 /// Gives as many bytes of a file as it had to `take`, piece by piece. A `FileError` if it cannot be read or
 /// has fewer by now.

@@ -4,8 +4,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
+#include <iterator>
 #include <numeric>
 #include <span>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,11 +27,27 @@ constexpr std::uint32_t LastSector =
 
 struct Arguments {
   std::string bootArea;
-  std::vector<std::uint32_t> session;  ///< the sectors that the last and the new session start at
+  std::uint32_t sessionStart = 0;     ///< the sector of the disc at which the image starts
+  std::vector<std::string> excluded;  ///< patterns of names and paths
   std::string volumeName;
   std::string iso;
   std::string folder;
 };
+
+/// The second sector of "LAST,START", which are those at which the last and the new session start.
+std::uint32_t ReadSessionStart(const std::string& text) {
+  std::istringstream stream(text);
+  std::int64_t last = -1;
+  std::int64_t start = -1;
+  char comma = 0;
+  stream >> last >> comma >> start;
+  const auto isSector = [](std::int64_t sector) { return 0 <= sector && sector <= LastSector; };
+  if (!stream || !stream.eof() || comma != ',' || !isSector(last) || !isSector(start)) {
+    throw CLI::ValidationError("-C", "\"" + text + "\" is not two sectors from 0 to " +
+                                         std::to_string(LastSector) + ", such as 0,11702");
+  }
+  return static_cast<std::uint32_t>(start);
+}
 
 /// The contents of the file, brought to the size of a boot area.
 std::vector<std::byte> ReadBootArea(const std::string& path) {
@@ -57,11 +75,13 @@ std::wstring ReadVolumeName(const std::string& text) {
 void MakeImage(const Arguments& arguments) {
   const std::wstring volumeName = ReadVolumeName(arguments.volumeName);
   const std::vector<std::byte> bootArea = ReadBootArea(arguments.bootArea);
-  const std::vector<mkisofs::Entry> entries = mkisofs::ListFolder(arguments.folder);
+  std::vector<std::wstring> excluded;
+  std::ranges::transform(arguments.excluded, std::back_inserter(excluded), mkisofs::Wide);
+  const std::vector<mkisofs::Entry> entries = mkisofs::ListFolder(arguments.folder, excluded);
   const auto contentSize =
       std::accumulate(entries.begin(), entries.end(), std::uint64_t{0},
                       [](std::uint64_t sum, const auto& entry) { return sum + entry.size; });
-  mkisofs::Image image(arguments.iso, arguments.session.back(), contentSize);
+  mkisofs::Image image(arguments.iso, arguments.sessionStart, contentSize);
   for (const auto& entry : entries) image.Add(entry);
   image.Finish(bootArea, volumeName);
 }
@@ -77,11 +97,13 @@ int main() {
   app.add_option("-G", arguments.bootArea, "The file to put into the first 16 sectors")
       ->required()
       ->type_name("FILE");
-  app.add_option("-C", arguments.session, "The sectors that the last session and the new one start at")
+  app.add_option("-m", arguments.excluded, "Leave out files and folders whose name or path matches")
+      ->allow_extra_args(false)
+      ->type_name("PATTERN");
+  app.add_option_function<std::string>(
+         "-C", [&](const std::string& text) { arguments.sessionStart = ReadSessionStart(text); },
+         "The sectors at which the last session and the new one start")
       ->required()
-      ->delimiter(',')
-      ->expected(2)
-      ->check(CLI::Range(std::uint32_t{0}, LastSector))
       ->type_name("LAST,START");
   app.add_flag("-J")->required()->description("With Joliet names, as always");
   app.add_flag("-l")->required()->description("With plain names of up to 31 characters, as always");
