@@ -23,5 +23,6 @@ function(add_windows_resources PROGRAM DESCRIPTION)
   endforeach()
   target_sources(${PROGRAM} PRIVATE ${GENERATED_FOLDER}/${PROGRAM}.rc)
   set_source_files_properties(${GENERATED_FOLDER}/${PROGRAM}.rc PROPERTIES
-    OBJECT_DEPENDS ${GENERATED_FOLDER}/${PROGRAM}.manifest)
+    OBJECT_DEPENDS
+    "${GENERATED_FOLDER}/${PROGRAM}.manifest;${CMAKE_SOURCE_DIR}/src/platform/windows/marrowvan.ico")
 endfunction()

@@ -37,6 +37,7 @@ def test_programs_have_version_information_and_a_manifest(build):
         assert f"OriginalFilename\0{program.name}\0".encode("utf-16-le") in content
         # Without the identifier of Windows 10, Windows reports an older version to the program.
         assert b"8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a" in content
+        assert (b"IHDR\0\0\1\0\0\0\1\0" in content) == is_ours, "an icon with an image of 256 pixels"
         assert (b">UTF-8<" in content) == (is_ours and program.stem != "marrowvan")
         header = subprocess.check_output(["objdump", "-ph", program], text=True)
         assert " .debug_" not in header
