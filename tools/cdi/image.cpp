@@ -181,7 +181,8 @@ FileEnd FindFileEnd(const Source& source) {
     if (found) return *found;
   }
   const std::uint32_t version = disc::ReadNumber(std::span(bytes).last(file_end::Size), file_end::Version);
-  if (!IsKnown(version) && version >> 8 == Version35 >> 8) throw UnknownVersion(std::to_string(version & 0xFF));
+  if (!IsKnown(version) && version >> 8 == Version35 >> 8)
+    throw UnknownVersion(std::to_string(version & 0xFF));
   throw NoDescriptor("it does not end like an image of version 2, 3 or 3.5");
 }
 
