@@ -7,7 +7,8 @@
 namespace cdicheck {
 
 Problem Describe(KnownKind known, std::initializer_list<std::string> findings) {
-  Problem problem{known.kind->id, known.kind->severity, known.kind->text};
+  const ProblemKind& kind = ProblemKinds[known.index];
+  Problem problem{kind.id, kind.severity, kind.text};
   std::size_t at = 0;
   for (const std::string& finding : findings) {
     at = problem.text.find("{}", at);

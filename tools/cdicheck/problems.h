@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -142,15 +143,12 @@ inline constexpr ProblemKind ProblemKinds[] = {
           "Scramble it and make the image again."),
 };
 
-/// The kind with this identifier. The compiler refuses an identifier that is not in the list.
+/// The kind with this identifier. One that is not in the list does not compile: the search leaves the list.
 struct KnownKind {
-  consteval KnownKind(const char* id) : kind(nullptr) {  // NOLINT: a literal converts
-    for (const ProblemKind& each : ProblemKinds) {
-      if (std::string_view(each.id) == id) kind = &each;
-    }
-    if (kind == nullptr) throw "unknown identifier";
+  consteval KnownKind(const char* id) {  // NOLINT: a literal converts
+    while (std::string_view(ProblemKinds[index].id) != id) ++index;
   }
-  const ProblemKind* kind;
+  std::size_t index = 0;
 };
 
 /// Returns a problem of this kind with its findings.
