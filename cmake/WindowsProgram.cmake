@@ -24,5 +24,5 @@ function(add_windows_resources PROGRAM DESCRIPTION)
   target_sources(${PROGRAM} PRIVATE ${GENERATED_FOLDER}/${PROGRAM}.rc)
   set_source_files_properties(${GENERATED_FOLDER}/${PROGRAM}.rc PROPERTIES
     OBJECT_DEPENDS
-    "${GENERATED_FOLDER}/${PROGRAM}.manifest;${CMAKE_SOURCE_DIR}/src/platform/windows/marrowvan.ico")
+    "${GENERATED_FOLDER}/${PROGRAM}.manifest;${PROJECT_SOURCE_DIR}/packaging/desktop/marrowvan.ico")
 endfunction()
