@@ -146,6 +146,10 @@ CASES = {
         f"no-data-track & {wrong('EDC')}", image(("sector 21: EDC", 0, b"!"), last=[[NoTrack]])),
     "sector of a file that was never written": (
         "hole: 1, the first one at LBA 11723", patch(Whole, End - 2336, bytes(2336))),
+    "sector of a file that was never written, after its header": ("hole", image(
+        *((f"sector 21: {part}", 0, bytes(size)) for part, size in [
+            ("subheader", 8), ("user data", 2048), ("EDC", 4), ("P parity", 172), ("Q parity", 104)]),
+        track=RawTrack)),
     "sector of the boot file that was never written": (
         "hole-in-boot-file: 1, the first one at LBA 11722 & not-a-program",
         patch(Whole, End - 2 * 2336, bytes(2336))),

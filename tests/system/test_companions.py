@@ -16,7 +16,8 @@ MiB = 1 << 20
 Iso = make_iso({b"A.BIN;1": random.Random(1).randbytes(109 * 2048)})  # two batches of 64 sectors, and one
 Sizes = [0, 31, 127, 128, 299, 32767, 65536, MiB - 1, MiB + 32, 2 * MiB - 1, 2 * MiB, 3 * MiB, 3 * MiB + 65]
 Files = {"good": Iso, "empty": b"", "odd": Iso + b".", "short": Iso[:32768], "cut": Iso[:-2048],
-         "zeros": bytes(34816), "elsewhere": make_iso({}, 0), "beside": make_iso({}, 11700), "output": b"older"}
+         "zeros": bytes(34816), "elsewhere": make_iso({}, 0), "beside": make_iso({}, 11700),
+         "after": make_iso({}, 11704), "output": b"older"}
 
 
 @pytest.fixture
@@ -64,6 +65,7 @@ def test_writes_the_file_that_a_link_leads_to(build, folder):
     ("cdi4dc zeros output", 1, "zeros: no ISO 9660"),
     ("cdi4dc elsewhere output", 1, "elsewhere: made for another address on the disc. Run .* -C 0,11702"),
     ("cdi4dc beside output", 1, "beside: made for another address"),
+    ("cdi4dc after output", 1, "after: made for another address"),
     ("cdi4dc cut output", 1, "cut: ends too early: it has 128 of its volume's 129 sectors"),
     ("cdi4dc . output", 1, r"\.: not a file"),
     ("cdi4dc good .", 1, r"\.: not a file"),

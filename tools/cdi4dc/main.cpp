@@ -43,7 +43,7 @@ std::uint32_t SectorCount(const tools::InputFile& iso) {
 bool IsOfAnotherAddress(const tools::InputFile& iso, std::span<const std::byte> descriptor,
                         std::uint32_t sectors) {
   const auto root = disc::ReadBothOrders(descriptor, volume_descriptor::RootSector);
-  if (!root || *root == 0) return false;
+  if (!root) return false;
   if (*root < cdi::DataTrackStart || *root - cdi::DataTrackStart >= sectors) return true;
   std::vector<std::byte> folder(cdi::UserDataSize);
   iso.ReadAt(std::uint64_t{*root - cdi::DataTrackStart} * cdi::UserDataSize, folder);
