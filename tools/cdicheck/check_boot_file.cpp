@@ -30,9 +30,8 @@ struct PooledAddresses {
   std::size_t loaded = 0;  ///< of these, the ones that an instruction loads
 };
 
-/// A program loads at least this many of its pooled addresses, and this share of them. Of 3,146 programs (1
-/// KB of code and more, most with random data before or after it), 24 load less. Scrambled twice, 23 load
-/// more.
+/// A program loads at least this many of its pooled addresses, and this share of them. Of 3,146 files made
+/// from 13 programs, 24 are reported wrongly and 290 are not judged. Scrambled twice, 23 of them pass.
 constexpr std::size_t FewestLoaded = 4;
 constexpr std::size_t LeastPercentLoaded = 35;
 
